@@ -1,0 +1,2 @@
+#pragma once
+/// Everything public of the library.
