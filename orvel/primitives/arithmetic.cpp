@@ -25,17 +25,20 @@ HWY_INLINE void forEachPair(ConstViewU8 a, ConstViewU8 b, ViewU8 dst, const Op& 
 }
 
 void addConstantRows(ConstViewU8 src, std::uint8_t value, ViewU8 dst) {
-    forEachPair(src, src, dst, [value](auto d, auto v, auto) HWY_ATTR { return hn::SaturatedAdd(v, hn::Set(d, value)); });
+    forEachPair(src, src, dst,
+                [value](auto d, auto v, auto) HWY_ATTR { return hn::SaturatedAdd(v, hn::Set(d, value)); });
 }
 
 void subtractConstantRows(ConstViewU8 src, std::uint8_t value, ViewU8 dst) {
-    forEachPair(src, src, dst, [value](auto d, auto v, auto) HWY_ATTR { return hn::SaturatedSub(v, hn::Set(d, value)); });
+    forEachPair(src, src, dst,
+                [value](auto d, auto v, auto) HWY_ATTR { return hn::SaturatedSub(v, hn::Set(d, value)); });
 }
 
 void absDiffRows(ConstViewU8 a, ConstViewU8 b, ViewU8 dst) {
     // One of the two saturating differences is zero, the other is |a - b|.
-    forEachPair(a, b, dst, [](auto, auto va, auto vb)
-                               HWY_ATTR { return hn::Or(hn::SaturatedSub(va, vb), hn::SaturatedSub(vb, va)); });
+    forEachPair(a, b, dst, [](auto, auto va, auto vb) HWY_ATTR {
+        return hn::Or(hn::SaturatedSub(va, vb), hn::SaturatedSub(vb, va));
+    });
 }
 
 }  // namespace Orvel::primitives::HWY_NAMESPACE
@@ -54,8 +57,9 @@ Status check(ViewU8 dst, const Views&... sources) {
 
 /// value / 2^scale, halves to the even neighbour.
 int scaleToNearestEven(int value, int scale) {
-    if (scale <= 0) return scale < -8 ? (value != 0 ? 255 : 0) : value << -scale;  // 2^9 already saturates every product
-    if (scale > 16) return 0;  // 255 * 255 is less than half of 2^17
+    if (scale <= 0)
+        return scale < -8 ? (value != 0 ? 255 : 0) : value << -scale;  // 2^9 already saturates every product
+    if (scale > 16) return 0;                                          // 255 * 255 is less than half of 2^17
     const int whole = value >> scale, rest = value & ((1 << scale) - 1), half = 1 << (scale - 1);
     return rest > half || (rest == half && (whole & 1)) ? whole + 1 : whole;
 }
