@@ -45,8 +45,10 @@ bool Img::allocatePlane(int plane, int width, int height, int align, int bpp) {
     const bool refused = step < 0 || height < 0 || size > std::numeric_limits<std::int32_t>::max();
     if (refused || size > pl(plane).bytesHeld()) {
         deallocate(plane);
-        pl(plane).initialize();
-        if (refused || !pl(plane).memory().allocate(static_cast<unsigned>(size), memoryAlignment)) return false;
+        if (refused || !pl(plane).memory().allocate(static_cast<unsigned>(size), memoryAlignment)) {
+            pl(plane).initialize();
+            return false;
+        }
     }
     takeGeometry(plane, width, height, bpp, step);
     return true;
