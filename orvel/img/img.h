@@ -50,7 +50,7 @@ public:
     [[nodiscard]] virtual bool shadowCopy(Img& to) const;
 
     /// Bytes of a row of width pixels, rounded up to a multiple of align; -1 when that does not fit 31 bits or an
-    /// argument is out of range (width < 0, bpp < 1, align < 1).
+    /// argument is out of range (width < 0, align < 1, bpp < 1; a plane without columns may also have a bpp of 0).
     static int computeStep(int width, int bpp, int align) noexcept;
     /// Gives a plane room for width x height pixels with rows padded to a multiple of align bytes. Memory is kept when
     /// it is already large enough, whatever it held. The channels are not touched.
