@@ -30,9 +30,13 @@ bool Img::shadowCopy(Img& to) const {
 }
 
 Img* Img::makeShadow() const {
-    std::unique_ptr<Img> shadow(replicateType());
-    if (!shadow) shadow.reset(new (std::nothrow) Img);
-    return shadow && shadowCopy(*shadow) ? shadow.release() : nullptr;
+    try {
+        std::unique_ptr<Img> shadow(replicateType());
+        if (!shadow) shadow = std::make_unique<Img>();
+        return shadowCopy(*shadow) ? shadow.release() : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 /// Appends a view that begins offset bytes into the plane's own view and steps over stepFactor rows at a time.
