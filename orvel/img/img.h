@@ -115,8 +115,9 @@ public:
     /// memory runs out.
     [[nodiscard]] Img* makeShadow() const;
     /// Makes to a view of a rectangle, in pixels of plane 0. Plane p takes the rectangle scaled by its size relative to
-    /// plane 0, truncated to whole pixels. The rectangle is not compared with the picture's size, but one that begins
-    /// outside the memory leaves to empty. Without planes nothing happens.
+    /// plane 0, truncated to whole pixels. The rectangle is not compared with the picture's size (a view may so reach
+    /// back, with a negative origin, into the picture it was made from), but one that begins outside the memory leaves
+    /// to empty. Without planes nothing happens.
     void getShadowRoi(Img& to, tagPOINT origin, tagSIZE size) const;
     /// Appends a view of a rectangle of one plane to to, without releasing it first.
     void getShadowRoiPlane(Img& to, int plane, tagPOINT origin, tagSIZE size) const;
