@@ -28,7 +28,8 @@ void compare(const std::function<Status(ConstViewU8, ConstViewU8, ViewU8)>& op,
             ASSERT_EQ(op(a.view(), b.view(), dst.view()), Status::ok);
             for (int y = 0; y < 3; ++y)
                 for (int x = 0; x < width; ++x)
-                    ASSERT_EQ(dst.at(x, y), model(a.at(x, y), b.at(x, y))) << "width " << width << " at " << x << ", " << y;
+                    ASSERT_EQ(dst.at(x, y), model(a.at(x, y), b.at(x, y)))
+                        << "width " << width << " at " << x << ", " << y;
             ASSERT_TRUE(dst.guardsIntact()) << "width " << width;
         }
 }
@@ -47,18 +48,31 @@ TEST_P(ArithmeticTest, AbsoluteDifferenceIsExact) {
     compare([](auto a, auto b, auto d) { return absDiff(a, b, d); }, [](int a, int b) { return std::abs(a - b); });
 }
 
-TEST(MultiplyConstant, RoundsHalvesToTheEvenNeighbour) {
-    struct Case { int sample, factor, scale, result; };
-    for (const Case& c : {Case{3, 5, 1, 8}, {5, 5, 1, 12}, {7, 3, 2, 5}, {5, 2, 2, 2}, {255, 255, 8, 254}, {255, 255, 16, 1},
-                          {255, 255, 17, 0}, {255, 255, 40, 0}, {20, 3, -1, 120}, {100, 3, 0, 255}, {1, 1, -31, 255}, {0, 9, -40, 0}}) {
+TEST_P(ArithmeticTest, ProductsRoundHalvesToTheEvenNeighbour) {
+    struct Case {
+        int sample, factor, scale, result;
+    };
+    for (const Case& c : {Case{3, 5, 1, 8},
+                          {5, 5, 1, 12},
+                          {7, 3, 2, 5},
+                          {5, 2, 2, 2},
+                          {255, 255, 8, 254},
+                          {255, 255, 16, 1},
+                          {255, 255, 17, 0},
+                          {255, 255, 40, 0},
+                          {20, 3, -1, 120},
+                          {100, 3, 0, 255},
+                          {1, 1, -31, 255},
+                          {0, 9, -40, 0}}) {
         std::uint8_t sample = std::uint8_t(c.sample), result = 77;
-        ASSERT_EQ(multiplyConstant({&sample, 1, 1, 1}, std::uint8_t(c.factor), c.scale, {&result, 1, 1, 1}), Status::ok);
+        ASSERT_EQ(multiplyConstant({&sample, 1, 1, 1}, std::uint8_t(c.factor), c.scale, {&result, 1, 1, 1}),
+                  Status::ok);
         EXPECT_EQ(result, c.result) << c.sample << " x " << c.factor << " >> " << c.scale;
     }
-    for (int factor : {1, 2, 3, 127, 255})
-        for (int scale : {1, 3, 7})
+    for (int factor : {0, 1, 2, 3, 127, 128, 254, 255})
+        for (int scale = -9; scale <= 17; ++scale)
             compare([=](auto a, auto, auto d) { return multiplyConstant(a, std::uint8_t(factor), scale, d); },
-                    [=](int a, int) { return std::min(255, int(std::nearbyint(a * factor / double(1 << scale)))); });
+                    [=](int a, int) { return std::min(255, int(std::nearbyint(std::ldexp(a * factor, -scale)))); });
 }
 
 TEST(Arithmetic, RefusesMissingPlanesAndUnequalSizes) {
