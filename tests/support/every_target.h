@@ -13,10 +13,12 @@ protected:
     void TearDown() override { hwy::SetSupportedTargetsForTest(0); }
 };
 
-inline std::string targetName(const ::testing::TestParamInfo<std::int64_t>& info) { return hwy::TargetName(info.param); }
+inline std::string targetName(const ::testing::TestParamInfo<std::int64_t>& info) {
+    return hwy::TargetName(info.param);
+}
 
 }  // namespace Orvel::test
 
-#define ORVEL_EVERY_TARGET(Suite)                                                                         \
+#define ORVEL_EVERY_TARGET(Suite)                                                                      \
     INSTANTIATE_TEST_SUITE_P(Targets, Suite, ::testing::ValuesIn(hwy::SupportedAndGeneratedTargets()), \
                              ::Orvel::test::targetName)

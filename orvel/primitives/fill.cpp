@@ -1,0 +1,101 @@
+#include "orvel/primitives/fill.h"
+
+#include <cstring>
+
+#include "orvel/primitives/join_rows.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "orvel/primitives/fill.cpp"
+#include <hwy/foreach_target.h>  // re-includes this file once per target
+#include <hwy/highway.h>
+#include "orvel/primitives/row_loop_inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace Orvel::primitives::HWY_NAMESPACE {
+
+template <class T>
+HWY_INLINE void setEveryRow(PlaneView<T> dst, T value) {
+    for (int y = 0; y < dst.height; ++y) {
+        T* out = dst.row(y);
+        forEachRun<T>(dst.width, [=](auto d, int x) HWY_ATTR { hn::StoreU(hn::Set(d, value), d, out + x); });
+    }
+}
+
+void setRows16(ViewU16 dst, std::uint16_t value) {
+    setEveryRow(dst, value);
+}
+void setRows32(PlaneView<std::uint32_t> dst, std::uint32_t value) {
+    setEveryRow(dst, value);
+}
+
+}  // namespace Orvel::primitives::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace Orvel::primitives {
+namespace {
+
+template <class T>
+Status check(PlaneView<T> dst) {
+    if (dst.base == nullptr) return Status::nullPointer;
+    return dst.valid() ? Status::ok : Status::badSize;
+}
+
+template <class T>
+Status copySamples(PlaneView<const T> src, PlaneView<T> dst) {
+    if (src.base == nullptr || dst.base == nullptr) return Status::nullPointer;
+    if (!dst.valid() || !sameSize(src, dst)) return Status::badSize;
+    joinRows(src, dst);
+    const std::size_t rowBytes = std::size_t(dst.width) * sizeof(T);
+    for (int y = 0; y < dst.height; ++y) std::memcpy(dst.row(y), src.row(y), rowBytes);
+    return Status::ok;
+}
+
+}  // namespace
+
+HWY_EXPORT(setRows16);
+HWY_EXPORT(setRows32);
+
+Status set(ViewU8 dst, std::uint8_t value) noexcept {
+    if (const Status fault = check(dst); fault != Status::ok) return fault;
+    joinRows(dst);
+    for (int y = 0; y < dst.height; ++y) std::memset(dst.row(y), value, std::size_t(dst.width));
+    return Status::ok;
+}
+
+Status set(ViewU16 dst, std::uint16_t value) noexcept {
+    if (const Status fault = check(dst); fault != Status::ok) return fault;
+    joinRows(dst);
+    HWY_DYNAMIC_DISPATCH(setRows16)(dst, value);
+    return Status::ok;
+}
+
+Status set(PlaneView<std::uint32_t> dst, std::uint32_t value) noexcept {
+    if (const Status fault = check(dst); fault != Status::ok) return fault;
+    joinRows(dst);
+    HWY_DYNAMIC_DISPATCH(setRows32)(dst, value);
+    return Status::ok;
+}
+
+Status set(PlaneView<std::int16_t> dst, std::int16_t value) noexcept {
+    const ViewU16 bits{reinterpret_cast<std::uint16_t*>(dst.base), dst.step, dst.width, dst.height};
+    return set(bits, static_cast<std::uint16_t>(value));
+}
+
+Status set(PlaneView<std::int32_t> dst, std::int32_t value) noexcept {
+    const PlaneView<std::uint32_t> bits{reinterpret_cast<std::uint32_t*>(dst.base), dst.step, dst.width, dst.height};
+    return set(bits, static_cast<std::uint32_t>(value));
+}
+
+Status copy(ConstViewU8 src, ViewU8 dst) noexcept {
+    return copySamples(src, dst);
+}
+Status copy(ConstViewU16 src, ViewU16 dst) noexcept {
+    return copySamples(src, dst);
+}
+Status copyBytes(ConstViewU8 src, ViewU8 dst) noexcept {
+    return copySamples(src, dst);
+}
+
+}  // namespace Orvel::primitives
+#endif  // HWY_ONCE

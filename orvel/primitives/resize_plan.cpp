@@ -1,0 +1,125 @@
+#include "orvel/primitives/resize_plan.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Orvel::primitives {
+namespace {
+
+constexpr int windowSamples = 8;
+
+int groupsOf(const TapTable& table) noexcept {
+    return (table.size() + ColumnLayout::group - 1) / ColumnLayout::group;
+}
+
+/// First source sample of destination sample x; samples behind the last one repeat it.
+int firstOf(const TapTable& table, int x) noexcept {
+    return table.first(std::min(x, table.size() - 1));
+}
+
+/// Most source samples between the first ones of the lists of a block.
+int widestBlock(const TapTable& table) noexcept {
+    int samples = 0;
+    for (int x = 0; x < table.size(); x += ColumnLayout::block)
+        samples = std::max(samples, firstOf(table, x + ColumnLayout::block - 1) - table.first(x));
+    return samples;
+}
+
+/// Which form is cheaper: vector operations for eight destination samples, counted from the two loops.
+bool windowsPay(int windows, int pairs, int length) noexcept {
+    if (windows > 2) return false;
+    const int windowCost = pairs * (windows == 1 ? 5 : 9), dotCost = 16 * ((length + 15) / 16) + 24;
+    return windowCost <= dotCost;
+}
+
+}  // namespace
+
+ColumnLayout::ColumnLayout(const TapTable& table) {
+    if (!cutTiles(table)) return;
+    pairs = table.stride() / 2;
+    windows = (widestBlock(table) + 2 + windowSamples - 1) / windowSamples;
+    shared = widestBlock(table) + table.stride() <= windowSamples;
+    if (windowsPay(windows, pairs, table.length()))
+        layWindows(table);
+    else
+        layDots(table);
+    for (const Tile& tile : tiles) {
+        const int perGroup = form == Form::windows ? group / block : group;
+        for (int i = tile.firstGroup * perGroup; i < tile.lastGroup * perGroup; ++i)
+            start[static_cast<std::size_t>(i)] -= tile.begin;
+    }
+}
+
+/// Cuts the row into tiles of as many groups as fit. @return false when one group does not.
+bool ColumnLayout::cutTiles(const TapTable& table) {
+    for (int g = 0; g < groupsOf(table); ++g) {
+        const int begin = table.first(g * group), end = firstOf(table, g * group + group - 1) + table.length();
+        if (end - begin > tileColumns) {
+            tiles.clear();
+            return false;
+        }
+        if (tiles.empty() || end - tiles.back().begin > tileColumns)
+            tiles.push_back({g, g + 1, begin, end});
+        else
+            tiles.back().lastGroup = g + 1, tiles.back().end = end;
+    }
+    return true;
+}
+
+void ColumnLayout::layWindows(const TapTable& table) {
+    form = Form::windows;
+    const auto groups = static_cast<std::size_t>(groupsOf(table));
+    const auto pairCount = static_cast<std::size_t>(pairs), windowCount = static_cast<std::size_t>(windows);
+    constexpr int blockOrder[] = {0, 2, 1, 3};
+    start.resize(groups * 4);
+    shuffle.assign(groups * 64 * windowCount, 0x80);
+    taps.assign(groups * 32 * pairCount, 0);
+    for (std::size_t b = 0; b < groups * 4; ++b) {
+        const std::size_t half = b / 2, side = b % 2;
+        const int x0 = static_cast<int>(b / 4) * group + block * blockOrder[b % 4];
+        start[b] = firstOf(table, x0);
+        for (int i = 0; i < block; ++i) {
+            // The bytes of samples at and at + 1 of the windows, put into 32-bit lane i.
+            const int at = firstOf(table, x0 + i) - start[b];
+            for (int byte = 0; byte < 4; ++byte) {
+                const int from = 2 * at + byte;
+                const auto window = static_cast<std::size_t>(from / 16);
+                shuffle[((half * windowCount + window) * 2 + side) * 16 + static_cast<std::size_t>(4 * i + byte)] =
+                    static_cast<std::uint8_t>(from % 16);
+            }
+            if (x0 + i >= table.size()) continue;
+            for (std::size_t p = 0; p < pairCount; ++p)
+                std::copy_n(table.taps(x0 + i) + 2 * p, 2,
+                            &taps[((half * pairCount + p) * 2 + side) * 8 + static_cast<std::size_t>(2 * i)]);
+        }
+    }
+}
+
+void ColumnLayout::layDots(const TapTable& table) {
+    form = Form::dots;
+    dotLength = (table.length() + 15) / 16 * 16;
+    const int samples = groupsOf(table) * group;
+    start.reserve(static_cast<std::size_t>(samples));
+    taps.assign(static_cast<std::size_t>(samples) * static_cast<std::size_t>(dotLength), 0);
+    for (int x = 0; x < samples; ++x) {
+        start.push_back(firstOf(table, x));
+        if (x >= table.size()) continue;
+        std::copy_n(table.taps(x), table.length(), taps.begin() + std::ptrdiff_t{x} * dotLength);
+    }
+}
+
+Status ResizePlan::build(ResizeMethod method, int srcWidth, int srcHeight, int dstWidth, int dstHeight) {
+    std::int64_t bytes = 0;
+    if (const Status fault = resizeWorkBytes(method, srcWidth, srcHeight, dstWidth, dstHeight, bytes);
+        fault != Status::ok)
+        return fault;
+    TapTable rows(method, srcHeight, dstHeight), columns(method, srcWidth, dstWidth);
+    ColumnLayout layout(columns);
+    method_ = method;
+    rows_ = std::move(rows);
+    columns_ = std::move(columns);
+    layout_ = std::move(layout);
+    return Status::ok;
+}
+
+}  // namespace Orvel::primitives
