@@ -32,7 +32,8 @@ Img* Img::replicateType() const {
 }
 
 int Img::computeStep(int width, int bpp, int align) noexcept {
-    if (width < 0 || bpp < 1 || align < 1) return -1;
+    const bool noPixels = width == 0 && bpp == 0;  // the record of a plane that was released
+    if (width < 0 || align < 1 || (bpp < 1 && !noPixels)) return -1;
     const std::int64_t bytes = std::int64_t{width} * bpp;
     const std::int64_t step = (bytes + align - 1) / align * align;
     return step <= std::numeric_limits<std::int32_t>::max() ? static_cast<int>(step) : -1;
@@ -45,8 +46,10 @@ bool Img::allocatePlane(int plane, int width, int height, int align, int bpp) {
     const bool refused = step < 0 || height < 0 || size > std::numeric_limits<std::int32_t>::max();
     if (refused || size > pl(plane).bytesHeld()) {
         deallocate(plane);
-        pl(plane).initialize();
-        if (refused || !pl(plane).memory().allocate(static_cast<unsigned>(size), memoryAlignment)) return false;
+        if (refused || !pl(plane).memory().allocate(static_cast<unsigned>(size), memoryAlignment)) {
+            pl(plane).initialize();
+            return false;
+        }
     }
     takeGeometry(plane, width, height, bpp, step);
     return true;

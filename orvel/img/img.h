@@ -50,7 +50,7 @@ public:
     [[nodiscard]] virtual bool shadowCopy(Img& to) const;
 
     /// Bytes of a row of width pixels, rounded up to a multiple of align; -1 when that does not fit 31 bits or an
-    /// argument is out of range (width < 0, bpp < 1, align < 1).
+    /// argument is out of range (width < 0, align < 1, bpp < 1; a plane without columns may also have a bpp of 0).
     static int computeStep(int width, int bpp, int align) noexcept;
     /// Gives a plane room for width x height pixels with rows padded to a multiple of align bytes. Memory is kept when
     /// it is already large enough, whatever it held. The channels are not touched.
@@ -115,8 +115,9 @@ public:
     /// memory runs out.
     [[nodiscard]] Img* makeShadow() const;
     /// Makes to a view of a rectangle, in pixels of plane 0. Plane p takes the rectangle scaled by its size relative to
-    /// plane 0, truncated to whole pixels. The rectangle is not compared with the picture's size, but one that begins
-    /// outside the memory leaves to empty. Without planes nothing happens.
+    /// plane 0, truncated to whole pixels. The rectangle is not compared with the picture's size (a view may so reach
+    /// back, with a negative origin, into the picture it was made from), but one that begins outside the memory leaves
+    /// to empty. Without planes nothing happens.
     void getShadowRoi(Img& to, tagPOINT origin, tagSIZE size) const;
     /// Appends a view of a rectangle of one plane to to, without releasing it first.
     void getShadowRoiPlane(Img& to, int plane, tagPOINT origin, tagSIZE size) const;

@@ -85,7 +85,10 @@ bool ImgPool2<T>::get(T& img) {
     img.deallocate(-1);
     T* pooled = this->take();
     if (pooled == nullptr) return false;
-    if (pooled->shadowCopy(img)) return true;
+    // Holds the picture until the shadow is made or given up: a shadow that fails half way would already bring it back,
+    // and it could be in somebody else's hands by now.
+    const std::unique_ptr<IAlignedMem> hold(pooled->getMemoryInterface(0)->shadowCopy());
+    if (hold) return pooled->shadowCopy(img);
     this->giveBack(pooled);
     return false;
 }

@@ -1,5 +1,6 @@
 // Shadows of pictures: whole planes, rectangles and fields.
 #include <cstddef>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <new>
@@ -30,9 +31,13 @@ bool Img::shadowCopy(Img& to) const {
 }
 
 Img* Img::makeShadow() const {
-    std::unique_ptr<Img> shadow(replicateType());
-    if (!shadow) shadow.reset(new (std::nothrow) Img);
-    return shadow && shadowCopy(*shadow) ? shadow.release() : nullptr;
+    try {
+        std::unique_ptr<Img> shadow(replicateType());
+        if (!shadow) shadow = std::make_unique<Img>();
+        return shadowCopy(*shadow) ? shadow.release() : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 /// Appends a view that begins offset bytes into the plane's own view and steps over stepFactor rows at a time.
@@ -41,7 +46,7 @@ bool Img::appendView(Img& to, int plane, std::int64_t offset, std::int64_t width
     if (!shadowCopyPlane(to, plane)) return false;
     ImgPl& view = to.pl(to.numPlanes_ - 1);
     constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
-    const bool inside = offset >= 0 && offset <= most && view.memory().setOffset(static_cast<int>(offset));
+    const bool inside = std::abs(offset) <= most && view.memory().setOffset(static_cast<int>(offset));
     const bool fits =
         width >= 0 && width <= most && height >= 0 && height <= most && std::int64_t{view.step()} * stepFactor <= most;
     if (!inside || !fits) {
@@ -64,7 +69,7 @@ void Img::getShadowRoi(Img& to, tagPOINT origin, tagSIZE size) const {
         const auto across = [&](int value) { return scaled(value, getWidth(p), getWidth(0)); };
         const auto down = [&](int value) { return scaled(value, getHeight(p), getHeight(0)); };
         const std::int64_t x = across(origin.x), y = down(origin.y);
-        if (x < 0 || y < 0 || !appendView(to, p, y * getStep(p) + x * getBpp(p), across(size.cx), down(size.cy), 1)) {
+        if (!appendView(to, p, y * getStep(p) + x * getBpp(p), across(size.cx), down(size.cy), 1)) {
             to.deallocate(-1);
             return;
         }
@@ -73,7 +78,7 @@ void Img::getShadowRoi(Img& to, tagPOINT origin, tagSIZE size) const {
 }
 
 void Img::getShadowRoiPlane(Img& to, int plane, tagPOINT origin, tagSIZE size) const {
-    if (origin.x < 0 || origin.y < 0 || !isPlane(plane)) return;
+    if (!isPlane(plane)) return;
     const std::int64_t offset = std::int64_t{origin.y} * getStep(plane) + std::int64_t{origin.x} * getBpp(plane);
     appendView(to, plane, offset, size.cx, size.cy, 1);
 }

@@ -51,13 +51,13 @@ bool allocatePlanar(T& img, int width, int height, int bpp) {
     return true;
 }
 
-/// Packed pictures keep their format when memory runs out.
+/// Packed 8-bit pictures take their format also when memory runs out, V216 keeps the one it had.
 template <class T>
 bool allocatePacked(T& img, int width, int height, int bpp) {
     constexpr const FormatInfo& info = *findFormat(T::getClassFormat());
     if (info.evenWidthOnly && width % 2 != 0) return false;
     const bool allocated = allocatePlanes(img, info, width, height, bpp);
-    img.setFormat(info.code);
+    if (allocated || !info.evenWidthOnly) img.setFormat(info.code);
     return allocated;
 }
 
