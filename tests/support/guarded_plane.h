@@ -65,8 +65,8 @@ public:
         for (int y = 0; y < height_; ++y)
             for (int x = 0; x < width_; ++x)
                 if (at(x, y) != other.at(x, y))
-                    return "(" + std::to_string(x) + ", " + std::to_string(y) + "): " + std::to_string(at(x, y)) +
-                           " against " + std::to_string(other.at(x, y)) + " in " + std::to_string(width_) + " x " +
+                    return std::to_string(at(x, y)) + " against " + std::to_string(other.at(x, y)) + " at " +
+                           std::to_string(x) + ", " + std::to_string(y) + " in " + std::to_string(width_) + " x " +
                            std::to_string(height_);
         return {};
     }
