@@ -97,8 +97,8 @@ TYPED_TEST(FormatTest, HasItsPlanesChannelsAndCode) {
 }
 
 TYPED_TEST(FormatTest, AFailedAllocationLeavesNoPlanes) {
-    constexpr bool planar =
-        std::is_same_v<TypeParam, I420Img> || std::is_same_v<TypeParam, YV16Img> || std::is_same_v<TypeParam, HY16Img>;
+    constexpr bool planar = findFormat(TypeParam::getClassFormat())->planes == 3;
+    constexpr bool packed8Bit = !planar && !std::is_same_v<TypeParam, V216Img>;
     for (const auto& [width, height] : {std::pair{1 << 20, 1 << 20}, {-2, 4}, {4, -2}}) {
         TypeParam img;
         ASSERT_TRUE(img.allocate(8, 8, TypeParam::getClassBpp()));
@@ -107,6 +107,9 @@ TYPED_TEST(FormatTest, AFailedAllocationLeavesNoPlanes) {
         EXPECT_EQ(img.getFormat(), planar ? Img::noFormat : TypeParam::getClassFormat());
         ASSERT_TRUE(img.allocate(8, 8, TypeParam::getClassBpp()));
         EXPECT_EQ(img.getFormat(), TypeParam::getClassFormat());
+        img.deallocate(-1);
+        EXPECT_FALSE(img.allocate(width, height, TypeParam::getClassBpp()));
+        EXPECT_EQ(img.getFormat(), packed8Bit ? TypeParam::getClassFormat() : Img::noFormat);
     }
 }
 

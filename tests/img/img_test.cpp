@@ -322,11 +322,21 @@ TEST(Img, RunningOutOfMemoryLeavesNothingBehind) {
         EXPECT_TRUE(grown ? growing.numPlanes() == 3 : isEmpty(growing)) << granted;
         EXPECT_EQ(img.getMemoryInterface(0)->getUseCount(), 1 + shadowed + made) << granted;
     }
-    const test::FailingHeap heap(0);
-    const bool added = img.addUserData(&img);
-    Img* const none = img.makeShadow();
+    const Img plain;
+    bool added = true;
+    for (int granted : {0, 1, 2, 4}) {  // the picture, then its planes
+        Img* none = nullptr;
+        {
+            const test::FailingHeap heap(granted);
+            none = plain.makeShadow();
+        }
+        EXPECT_EQ(none, nullptr) << granted;
+    }
+    {
+        const test::FailingHeap heap(0);
+        added = img.addUserData(&img);
+    }
     EXPECT_FALSE(added);
-    EXPECT_EQ(none, nullptr);
 }
 
 }  // namespace
