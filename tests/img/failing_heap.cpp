@@ -1,0 +1,83 @@
+#include "tests/img/failing_heap.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local int granted = -1;  // -1: everything
+thread_local int refused = 0;
+
+void* request(std::size_t bytes, std::size_t alignment) noexcept {
+    if (granted == 0) {
+        ++refused;
+        return nullptr;
+    }
+    if (granted > 0) --granted;
+    if (alignment <= alignof(std::max_align_t)) return std::malloc(bytes > 0 ? bytes : 1);
+    return std::aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
+}
+
+void* requestOrThrow(std::size_t bytes, std::size_t alignment) {
+    void* const p = request(bytes, alignment);
+    if (p == nullptr) throw std::bad_alloc();
+    return p;
+}
+
+}  // namespace
+
+namespace Orvel::test {
+
+FailingHeap::FailingHeap(int requests) noexcept {
+    granted = requests;
+    refused = 0;
+}
+FailingHeap::~FailingHeap() {
+    granted = -1;
+}
+int refusedRequests() noexcept {
+    return refused;
+}
+
+}  // namespace Orvel::test
+
+void* operator new(std::size_t bytes) {
+    return requestOrThrow(bytes, 1);
+}
+void* operator new[](std::size_t bytes) {
+    return requestOrThrow(bytes, 1);
+}
+void* operator new(std::size_t bytes, std::align_val_t alignment) {
+    return requestOrThrow(bytes, static_cast<std::size_t>(alignment));
+}
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+    return request(bytes, 1);
+}
+void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept {
+    return request(bytes, 1);
+}
+void operator delete(void* p) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, std::size_t) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::align_val_t) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::size_t, std::align_val_t) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, const std::nothrow_t&) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, const std::nothrow_t&) noexcept {
+    std::free(p);
+}
