@@ -12,5 +12,8 @@
 #include "orvel/mctf/mctf_fast_params.h"
 #include "orvel/pipeline/process_video.h"
 #include "orvel/resize/resize_img.h"
+#include "orvel/resize/resize_img_tbb.h"
+#include "orvel/storage/vid_raw420.h"
 #include "orvel/sys/aligned_mem.h"
 #include "orvel/sys/external_mem.h"
+#include "orvel/sys/wide_to_mb.h"

@@ -11,7 +11,7 @@
 
 #include "orvel/img/all_formats.h"
 #include "orvel/img/img_pool2.h"
-#include "tests/img/failing_heap.h"
+#include "tests/support/test_heap.h"
 
 namespace Orvel {
 namespace {

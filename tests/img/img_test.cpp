@@ -11,7 +11,7 @@
 
 #include "orvel/img/i420_img.h"
 #include "orvel/sys/external_mem.h"
-#include "tests/img/failing_heap.h"
+#include "tests/support/test_heap.h"
 #include "tests/support/guarded_plane.h"
 
 namespace Orvel {

@@ -1,49 +1,13 @@
-// Counts allocations of picture size, by replacing the allocation functions of this program.
 #include <gtest/gtest.h>
-
-#include <atomic>
-#include <cstdlib>
-#include <memory>
-#include <new>
 
 #include "orvel/pipeline/process_video.h"
 #include "tests/support/pictures.h"
-
-namespace {
-
-constexpr std::size_t pictureSized = 16 * 1024;  ///< bytes; far above every list node and far below every plane used
-std::atomic<int> largeAllocations{0};
-
-void* counted(std::size_t bytes, std::size_t alignment) {
-    if (bytes >= pictureSized) ++largeAllocations;
-    void* p = std::aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
-    if (p == nullptr) throw std::bad_alloc();
-    return p;
-}
-
-}  // namespace
-
-void* operator new(std::size_t bytes) {
-    return counted(bytes, alignof(std::max_align_t));
-}
-void* operator new(std::size_t bytes, std::align_val_t a) {
-    return counted(bytes, std::size_t(a));
-}
-void operator delete(void* p) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, std::size_t) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, std::align_val_t) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, std::size_t, std::align_val_t) noexcept {
-    std::free(p);
-}
+#include "tests/support/test_heap.h"
 
 namespace Orvel {
 namespace {
+
+using test::largeAllocations;
 
 /// Large allocations of ten calls after the pools have grown.
 template <class T, class Src>
@@ -60,13 +24,13 @@ int steadyStateAllocations(ProcessVideoParams<T> p) {
         engine.returnImg(out);
     };
     for (int i = 0; i < 3; ++i) frame();
-    const int before = largeAllocations;
+    const int before = largeAllocations();
     for (int i = 0; i < 10; ++i) frame();
-    return largeAllocations - before;
+    return largeAllocations() - before;
 }
 
 TEST(SteadyState, NoPictureMemoryIsAllocatedPerFrame) {
-    const int first = largeAllocations;
+    const int first = largeAllocations();
     test::withThreadCounts([](std::size_t threads) {
         SCOPED_TRACE(threads);
         ProcessVideoParams<I420Img> plain;
@@ -83,7 +47,7 @@ TEST(SteadyState, NoPictureMemoryIsAllocatedPerFrame) {
         deep.srcWidth = 720, deep.srcHeight = 576, deep.dstWidth = 1280, deep.dstHeight = 720;
         EXPECT_EQ((steadyStateAllocations<HY16Img, V216Img>(deep)), 0);
     });
-    EXPECT_GT(largeAllocations, first) << "the counter counts nothing";
+    EXPECT_GT(largeAllocations(), first) << "the counter counts nothing";
 }
 
 }  // namespace

@@ -1,15 +1,21 @@
-#include "tests/img/failing_heap.h"
+#include "tests/support/test_heap.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdlib>
 #include <new>
 
 namespace {
 
+constexpr std::size_t large = 16 * 1024;
+std::atomic<int> allRequests{0}, largeRequests{0};
+
 thread_local int granted = -1;  // -1: everything
 thread_local int refused = 0;
 
 void* request(std::size_t bytes, std::size_t alignment) noexcept {
+    ++allRequests;
+    if (bytes >= large) ++largeRequests;
     if (granted == 0) {
         ++refused;
         return nullptr;
@@ -35,6 +41,12 @@ FailingHeap::FailingHeap(int requests) noexcept {
 }
 FailingHeap::~FailingHeap() {
     granted = -1;
+}
+int allocations() noexcept {
+    return allRequests;
+}
+int largeAllocations() noexcept {
+    return largeRequests;
 }
 int refusedRequests() noexcept {
     return refused;

@@ -1,4 +1,5 @@
 #pragma once
+// Replaces the allocation functions of a test program: link test_heap.cpp.
 
 namespace Orvel::test {
 
@@ -10,6 +11,11 @@ public:
     FailingHeap(const FailingHeap&) = delete;
     FailingHeap& operator=(const FailingHeap&) = delete;
 };
+
+/// Requests of the whole program so far: all, and those for 16 KiB and more, which in these tests are planes and scratch
+/// rows, never list nodes.
+int allocations() noexcept;
+int largeAllocations() noexcept;
 
 /// How many requests of the calling thread were refused since the last FailingHeap began.
 int refusedRequests() noexcept;
