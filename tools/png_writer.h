@@ -12,14 +12,16 @@ struct BgrSheet {
         : width(w), height(h), pixels(static_cast<std::size_t>(w) * static_cast<std::size_t>(h) * 3, grey) {}
 
     std::uint8_t* pixel(int x, int y) {
-        return pixels.data() + (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)) * 3;
+        return pixels.data() +
+               (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)) * 3;
     }
 
     int width, height;
     std::vector<std::uint8_t> pixels;
 };
 
-/// Writes a PNG file, or to standard output for "-". The file appears when it is whole. Throws ToolError (outputFailed).
+/// Writes a PNG file, or to standard output for "-". The file appears when it is whole. Throws ToolError
+/// (outputFailed).
 void writePng(const std::string& path, const BgrSheet& sheet);
 
 }  // namespace OrvelTool

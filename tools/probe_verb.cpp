@@ -39,7 +39,8 @@ nlohmann::ordered_json describe(FrameSource& source) {
     record["frames"] = countFrames(source);
     record["rate"] = ratio(info.rate);
     record["pixel_aspect"] = ratio(info.pixel);
-    record["scan"] = info.scan == Scan::unknown ? nlohmann::ordered_json() : nlohmann::ordered_json(scanName(info.scan));
+    record["scan"] =
+        info.scan == Scan::unknown ? nlohmann::ordered_json() : nlohmann::ordered_json(scanName(info.scan));
     record["frame_bytes"] = source.frameBytes();
     return record;
 }
@@ -52,7 +53,10 @@ void probe(const ProbeOptions& options) {
         return;
     }
     for (const auto& [key, value] : record.items())
-        fmt::print("{:<13} {}\n", key, value.is_string() ? value.get<std::string>() : value.is_null() ? "unknown" : value.dump());
+        fmt::print("{:<13} {}\n", key,
+                   value.is_string() ? value.get<std::string>()
+                   : value.is_null() ? "unknown"
+                                     : value.dump());
 }
 
 }  // namespace

@@ -50,11 +50,14 @@ AtomicFile::AtomicFile(const std::string& path) : name_(path), target_(path) {
     }
 }
 
-AtomicFile::~AtomicFile() { discard(); }
+AtomicFile::~AtomicFile() {
+    discard();
+}
 
 void AtomicFile::openTemporary() {
     const std::filesystem::path target(target_);
-    temporary_ = (target.parent_path() / fmt::format(".{}.part-XXXXXX", target.filename().string().substr(0, 200))).string();
+    temporary_ =
+        (target.parent_path() / fmt::format(".{}.part-XXXXXX", target.filename().string().substr(0, 200))).string();
     fd_ = mkostemp(temporary_.data(), O_CLOEXEC);
     if (fd_ >= 0) return;
     temporary_.clear();

@@ -16,7 +16,9 @@ namespace {
 using namespace Orvel;
 
 // Files hold U before V; the picture class keeps V in plane 1.
-bool keepsVFirst(const FormatInfo& format) { return format.code == YV16Img::getClassFormat(); }
+bool keepsVFirst(const FormatInfo& format) {
+    return format.code == YV16Img::getClassFormat();
+}
 
 std::int64_t frameBytes(const FormatInfo& format, std::int64_t width, std::int64_t height) {
     const std::int64_t luma = width * height * format.classBpp;
@@ -33,13 +35,20 @@ void repeatLastSample(std::uint8_t* row, std::size_t from, std::size_t to, std::
 
 std::unique_ptr<Img> newPicture(std::uint32_t code) {
     switch (code) {
-        case I420Img::getClassFormat(): return std::make_unique<I420Img>();
-        case YV16Img::getClassFormat(): return std::make_unique<YV16Img>();
-        case HY16Img::getClassFormat(): return std::make_unique<HY16Img>();
-        case UYVYImg::getClassFormat(): return std::make_unique<UYVYImg>();
-        case YUYVImg::getClassFormat(): return std::make_unique<YUYVImg>();
-        case V216Img::getClassFormat(): return std::make_unique<V216Img>();
-        default: return std::make_unique<BGRImg>();
+        case I420Img::getClassFormat():
+            return std::make_unique<I420Img>();
+        case YV16Img::getClassFormat():
+            return std::make_unique<YV16Img>();
+        case HY16Img::getClassFormat():
+            return std::make_unique<HY16Img>();
+        case UYVYImg::getClassFormat():
+            return std::make_unique<UYVYImg>();
+        case YUYVImg::getClassFormat():
+            return std::make_unique<YUYVImg>();
+        case V216Img::getClassFormat():
+            return std::make_unique<V216Img>();
+        default:
+            return std::make_unique<BGRImg>();
     }
 }
 
@@ -47,11 +56,16 @@ std::unique_ptr<Img> newPicture(std::uint32_t code) {
 
 const char* scanName(Scan scan) noexcept {
     switch (scan) {
-        case Scan::progressive: return "progressive";
-        case Scan::topFirst: return "interlaced, top field first";
-        case Scan::bottomFirst: return "interlaced, bottom field first";
-        case Scan::mixed: return "mixed";
-        case Scan::unknown: break;
+        case Scan::progressive:
+            return "progressive";
+        case Scan::topFirst:
+            return "interlaced, top field first";
+        case Scan::bottomFirst:
+            return "interlaced, bottom field first";
+        case Scan::mixed:
+            return "mixed";
+        case Scan::unknown:
+            break;
     }
     return "unknown";
 }
@@ -122,7 +136,8 @@ std::string formatNames() {
 
 std::string lowerName(const FormatInfo& format) {
     std::string name = format.name;
-    std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return static_cast<char>(tolower(c)); });
+    std::transform(name.begin(), name.end(), name.begin(),
+                   [](unsigned char c) { return static_cast<char>(tolower(c)); });
     return name;
 }
 

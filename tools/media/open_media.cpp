@@ -3,16 +3,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
-#include <optional>
-#include <vector>
 
 #include "orvel/img/all_formats.h"
 #include "tools/errors.h"
 #include "tools/media/raw_source.h"
 #include "tools/media/y4m_header.h"
 #include "tools/media/y4m_reader.h"
+#include "tools/parse.h"
 
 namespace OrvelTool {
 namespace {
@@ -32,7 +30,8 @@ constexpr Extension extensions[] = {
 
 std::string extensionOf(const std::string& path) {
     std::string text = std::filesystem::path(path).extension().string();
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return static_cast<char>(tolower(c)); });
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(tolower(c)); });
     return text;
 }
 
@@ -44,33 +43,6 @@ const FormatInfo* formatFromExtension(const std::string& extension) {
 
 [[noreturn]] void usage(std::string_view where, std::string_view what, std::string_view hint) {
     throw ToolError(ExitCode::usage, where, what, hint);
-}
-
-// Numbers from 0 to 99999 separated as the pattern says: its characters stand for themselves, '#' for a number.
-std::optional<std::vector<int>> matchNumbers(std::string_view pattern, std::string_view text) {
-    std::vector<int> numbers;
-    const char *at = text.data(), *end = at + text.size();
-    for (char c : pattern) {
-        if (c == '#') {
-            int value = -1;
-            const auto [next, error] = std::from_chars(at, end, value);
-            if (error != std::errc() || value < 0 || value > 99999) return std::nullopt;
-            at = next;
-            numbers.push_back(value);
-        } else if (at == end || *at++ != c) {
-            return std::nullopt;
-        }
-    }
-    if (at != end) return std::nullopt;
-    return numbers;
-}
-
-Ratio parseRate(const std::string& text) {
-    auto numbers = matchNumbers("#/#", text);
-    if (!numbers && (numbers = matchNumbers("#", text))) numbers->push_back(1);
-    if (!numbers || numbers->front() == 0 || numbers->back() == 0)
-        usage("--rate", fmt::format("{} is no frame rate", text), "write 25 or 30000/1001");
-    return {static_cast<std::uint32_t>(numbers->front()), static_cast<std::uint32_t>(numbers->back())};
 }
 
 Scan parseScan(const std::string& text) {
@@ -104,7 +76,8 @@ Size rawSize(const InputFile& file, const std::string& path, const FormatInfo& f
     } else {
         const std::string fits = fittingSizes(format, file.size().value_or(0));
         usage(file.name(), "the size of its pictures is unknown",
-              "give --size WxH or name the file ..._WIDTHxHEIGHT_..." + (fits.empty() ? "" : "; sizes that fit: " + fits));
+              "give --size WxH or name the file ..._WIDTHxHEIGHT_..." +
+                  (fits.empty() ? "" : "; sizes that fit: " + fits));
     }
     if (const auto problem = sizeProblem(format, size.width, size.height); !problem.empty())
         throw ToolError(ExitCode::usage, file.name(), problem);
@@ -115,9 +88,9 @@ std::unique_ptr<FrameSource> openRaw(std::unique_ptr<InputFile> file, const std:
                                      const InputOptions& options) {
     const FormatInfo& format = rawFormat(path, options);
     const Size size = rawSize(*file, path, format, options);
-    return std::make_unique<RawSource>(
-        std::move(file), RawLayout{&format, size.width, size.height, parseOddChroma(options.oddChroma)},
-        options.ignoreTail);
+    return std::make_unique<RawSource>(std::move(file),
+                                       RawLayout{&format, size.width, size.height, parseOddChroma(options.oddChroma)},
+                                       options.ignoreTail);
 }
 
 bool isY4m(InputFile& file, const std::string& path, const InputOptions& options) {
@@ -140,7 +113,7 @@ std::unique_ptr<FrameSource> openSource(const std::string& path, const InputOpti
         source = std::make_unique<Y4mReader>(std::move(file), options.ignoreTail);
     else
         source = openRaw(std::move(file), path, options);
-    if (!options.rate.empty()) source->setRate(parseRate(options.rate));
+    if (!options.rate.empty()) source->setRate(parseRate("--rate", options.rate));
     if (!options.scan.empty()) source->setScan(parseScan(options.scan));
     return source;
 }
@@ -157,27 +130,14 @@ OutputKind outputKind(const std::string& path, const std::string& formatName, co
     }
     if (y4m) return {Container::y4m, &closestY4mFormat(source)};
     if (const FormatInfo* format = formatFromExtension(extension)) return {Container::raw, format};
-    usage(path, "its name does not tell the output's format", fmt::format("give --output-format (y4m, {})", formatNames()));
+    usage(path, "its name does not tell the output's format",
+          fmt::format("give --output-format (y4m, {})", formatNames()));
 }
 
 OddChroma parseOddChroma(const std::string& text) {
     if (text.empty() || text == "down") return OddChroma::down;
     if (text == "up") return OddChroma::up;
     usage("--odd-chroma", fmt::format("{} is unknown", text), "down and up are known");
-}
-
-Size parseSize(const std::string& option, const std::string& text) {
-    const auto numbers = matchNumbers("#x#", text);
-    if (!numbers || (*numbers)[0] == 0 || (*numbers)[1] == 0)
-        usage(option, fmt::format("{} is no size", text), "write WIDTHxHEIGHT, such as 720x576");
-    return {(*numbers)[0], (*numbers)[1]};
-}
-
-Rectangle parseRectangle(const std::string& option, const std::string& text) {
-    const auto numbers = matchNumbers("#x#+#+#", text);
-    if (!numbers || (*numbers)[0] == 0 || (*numbers)[1] == 0)
-        usage(option, fmt::format("{} is no rectangle", text), "write WIDTHxHEIGHT+X+Y, such as 640x480+40+48");
-    return {(*numbers)[0], (*numbers)[1], (*numbers)[2], (*numbers)[3]};
 }
 
 }  // namespace OrvelTool

@@ -17,9 +17,9 @@ struct InputOptions {
     bool ignoreTail = false;
 };
 
-/// Opens "-" or a file. Whatever begins with the magic of Y4M is Y4M unless a format is given; else the extension or the
-/// format option tells the format, and the name or the size option the size.
-/// Throws ToolError: usage when the options do not tell enough, badInput when the file is at fault.
+/// Opens "-" or a file. Whatever begins with the magic of Y4M is Y4M unless a format is given; else the extension or
+/// the format option tells the format, and the name or the size option the size. Throws ToolError: usage when the
+/// options do not tell enough, badInput when the file is at fault.
 std::unique_ptr<FrameSource> openSource(const std::string& path, const InputOptions& options);
 
 /// Container and format of an output.
@@ -34,16 +34,7 @@ struct OutputKind {
 /// Throws ToolError (usage) when neither tells the kind, or Y4M cannot hold the format.
 OutputKind outputKind(const std::string& path, const std::string& formatName, const Orvel::FormatInfo& source);
 
+/// The value of --odd-chroma; empty is down.
 OddChroma parseOddChroma(const std::string& text);
-/// "WIDTHxHEIGHT"; option is what an error message names. Throws ToolError (usage).
-struct Size {
-    int width = 0, height = 0;
-};
-Size parseSize(const std::string& option, const std::string& text);
-/// "WIDTHxHEIGHT+X+Y"
-struct Rectangle {
-    int width = 0, height = 0, x = 0, y = 0;
-};
-Rectangle parseRectangle(const std::string& option, const std::string& text);
 
 }  // namespace OrvelTool

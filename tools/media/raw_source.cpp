@@ -59,7 +59,8 @@ std::string fittingSizes(const Orvel::FormatInfo& format, std::int64_t fileBytes
     std::string list;
     for (const auto& [width, height] : commonSizes) {
         const auto bytes = static_cast<std::int64_t>(FrameShape(format, width, height, OddChroma::down).bytes());
-        if (fileBytes > 0 && fileBytes % bytes == 0) list += fmt::format("{}{}x{}", list.empty() ? "" : ", ", width, height);
+        if (fileBytes > 0 && fileBytes % bytes == 0)
+            list += fmt::format("{}{}x{}", list.empty() ? "" : ", ", width, height);
     }
     return list;
 }

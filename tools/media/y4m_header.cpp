@@ -49,16 +49,29 @@ public:
     void parameter(std::string_view text) {
         const std::string_view value = text.substr(1);
         switch (text.front()) {
-            case 'W': info_.width = static_cast<int>(number(text, value, maxSide)); break;
-            case 'H': info_.height = static_cast<int>(number(text, value, maxSide)); break;
-            case 'F': info_.rate = ratio(text, value); break;
-            case 'A': info_.pixel = ratio(text, value); break;
-            case 'I': info_.scan = scan(text, value); break;
-            case 'C': chroma(text, value); break;
+            case 'W':
+                info_.width = static_cast<int>(number(text, value, maxSide));
+                break;
+            case 'H':
+                info_.height = static_cast<int>(number(text, value, maxSide));
+                break;
+            case 'F':
+                info_.rate = ratio(text, value);
+                break;
+            case 'A':
+                info_.pixel = ratio(text, value);
+                break;
+            case 'I':
+                info_.scan = scan(text, value);
+                break;
+            case 'C':
+                chroma(text, value);
+                break;
             case 'X':
                 if (value.substr(0, rangeKey.size()) == rangeKey) info_.colorRange = value.substr(rangeKey.size());
                 break;
-            default: break;  // readers skip what later versions of the format may add
+            default:
+                break;  // readers skip what later versions of the format may add
         }
     }
 
@@ -82,7 +95,8 @@ private:
         if (value == "0:0") return std::nullopt;
         const auto colon = value.find(':');
         if (colon == value.npos) fail(fmt::format("Y4M parameter {} is no ratio", text));
-        return Ratio{number(text, value.substr(0, colon), 0x7FFFFFFF), number(text, value.substr(colon + 1), 0x7FFFFFFF)};
+        return Ratio{number(text, value.substr(0, colon), 0x7FFFFFFF),
+                     number(text, value.substr(colon + 1), 0x7FFFFFFF)};
     }
 
     Scan scan(std::string_view text, std::string_view value) const {
