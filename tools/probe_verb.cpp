@@ -1,7 +1,9 @@
 #include <fmt/format.h>
 
 #include <memory>
-#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "tools/media/open_media.h"
 #include "tools/verbs.h"
@@ -15,6 +17,13 @@ struct ProbeOptions {
     bool json = false;
 };
 
+/// One line of the record; an empty value stands for unknown.
+struct Field {
+    const char* name;
+    std::string value;
+    bool number = false;
+};
+
 // Frames of a pipe have to be read to be counted.
 std::int64_t countFrames(FrameSource& source) {
     if (source.info().frames) return *source.info().frames;
@@ -24,39 +33,50 @@ std::int64_t countFrames(FrameSource& source) {
     return frames;
 }
 
-nlohmann::ordered_json describe(FrameSource& source) {
+std::vector<Field> describe(FrameSource& source) {
     const ClipInfo& info = source.info();
-    const auto ratio = [](const std::optional<Ratio>& r) {
-        return r ? nlohmann::ordered_json(fmt::format("{}/{}", r->num, r->den)) : nlohmann::ordered_json();
-    };
-    nlohmann::ordered_json record;
-    record["file"] = source.name();
-    record["container"] = info.container == Container::y4m ? "y4m" : "raw";
-    record["format"] = lowerName(*info.format);
-    record["samples"] = formatDescription(*info.format);
-    record["width"] = info.width;
-    record["height"] = info.height;
-    record["frames"] = countFrames(source);
-    record["rate"] = ratio(info.rate);
-    record["pixel_aspect"] = ratio(info.pixel);
-    record["scan"] =
-        info.scan == Scan::unknown ? nlohmann::ordered_json() : nlohmann::ordered_json(scanName(info.scan));
-    record["frame_bytes"] = source.frameBytes();
-    return record;
+    const auto ratio = [](const std::optional<Ratio>& r) { return r ? fmt::format("{}/{}", r->num, r->den) : ""; };
+    return {{"file", source.name()},
+            {"container", info.container == Container::y4m ? "y4m" : "raw"},
+            {"format", lowerName(*info.format)},
+            {"samples", formatDescription(*info.format)},
+            {"width", std::to_string(info.width), true},
+            {"height", std::to_string(info.height), true},
+            {"frames", std::to_string(countFrames(source)), true},
+            {"rate", ratio(info.rate)},
+            {"pixel_aspect", ratio(info.pixel)},
+            {"scan", info.scan == Scan::unknown ? "" : scanName(info.scan)},
+            {"frame_bytes", std::to_string(source.frameBytes()), true}};
+}
+
+std::string jsonText(const std::string& text) {
+    std::string quoted;
+    for (const char c : text) {
+        if (c == '"' || c == '\\') quoted += '\\';
+        if (static_cast<unsigned char>(c) < 0x20)
+            quoted += fmt::format("\\u{:04x}", static_cast<unsigned>(c));
+        else
+            quoted += c;
+    }
+    return '"' + quoted + '"';
+}
+
+void printJson(const std::vector<Field>& record) {
+    const char* separator = "{\n";
+    for (const Field& field : record) {
+        const std::string value = field.value.empty() ? "null" : field.number ? field.value : jsonText(field.value);
+        fmt::print("{}  \"{}\": {}", separator, field.name, value);
+        separator = ",\n";
+    }
+    fmt::print("\n}}\n");
 }
 
 void probe(const ProbeOptions& options) {
     const auto source = openSource(options.input, options.source);
     const auto record = describe(*source);
-    if (options.json) {
-        fmt::print("{}\n", record.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
-        return;
-    }
-    for (const auto& [key, value] : record.items())
-        fmt::print("{:<13} {}\n", key,
-                   value.is_string() ? value.get<std::string>()
-                   : value.is_null() ? "unknown"
-                                     : value.dump());
+    if (options.json) return printJson(record);
+    for (const Field& field : record)
+        fmt::print("{:<13} {}\n", field.name, field.value.empty() ? "unknown" : field.value);
 }
 
 }  // namespace
