@@ -19,7 +19,7 @@ made walkway_720x576_30p.yuv "4:2:0: middle of the picture, enlarged, on a canva
 
 # Packed 4:2:2 in, Y4M 4:2:2 out: each field is reduced by itself, so the result is interlaced as well.
 "$tool" process "$media/roof_720x576_25i_tff.uyvy" "$out/roof.y4m" --rate 25 --scan tff \
-    --crop 704x560+8+8 --canvas 640x480 --place 528x420+56+28 --background 81,90,200
+    --crop 704x560+8+8 --canvas 640x480 --place 528x420+56+30 --background 60,110,110
 made roof.y4m "4:2:2 interlaced: reduced field by field, on a canvas with a border"
 
 "$tool" preview "$media/walkway_352x288_30p.yuv" "$out/walkway.png" --frames 4 --columns 2 \

@@ -159,10 +159,11 @@ void checkScaling(const ProcessVideoParams<T>& p) {
     const std::string what =
         fmt::format("from {} to {}", sizeText(p.cropWidth, p.cropHeight), sizeText(p.dstCropWidth, p.dstCropHeight));
     const auto is = [&](auto... codes) { return ((p.resizeInterp == codes) || ...); };
-    if (is(ResizeInterpSuperSampling) && (p.dstCropWidth > p.cropWidth || p.dstCropHeight > p.cropHeight))
-        refuse("--interp", "supersampling only reduces, not " + what, "use super, cubic or lanczos");
+    if (is(ResizeInterpSuper, ResizeInterpSuperSampling) &&
+        (p.dstCropWidth > p.cropWidth || p.dstCropHeight > p.cropHeight))
+        refuse("--interp", "this method only reduces, not " + what, "use cubic or lanczos");
     if (p.is16Bit && is(ResizeInterpSuperSampling, ResizeInterpLanczosFilter, ResizeInterpHannFilter))
-        refuse("--interp", "this method is for 8-bit pictures only", "use super, cubic or lanczos, or --working yv16");
+        refuse("--interp", "this method is for 8-bit pictures only", "use super, cubic or lanczos");
 }
 
 void checkSizes(const FormatInfo& working, const Rectangle& crop, Size canvas, const Rectangle& place) {

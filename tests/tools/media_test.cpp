@@ -161,8 +161,8 @@ TEST_F(MediaTest, TheOutputsNameOrTheOptionTellsItsFormat) {
     EXPECT_EQ(kind("-", "", "i420"), "y4m I420");
     EXPECT_EQ(kind("-", "v216", "i420"), "raw V216");
     EXPECT_EQ(kind("a.bin", "y4m", "bgr"), "y4m YV16");
-    for (const auto& [path, option] : {std::pair{"a.bin", ""}, {"a.y4m", "uyvy"}, {"a.yuv", "nv12"}})
-        test::errorOf(ExitCode::usage, [&] { kind(path, option, "i420"); });
+    for (const auto& c : {std::pair{"a.bin", ""}, {"a.y4m", "uyvy"}, {"a.yuv", "nv12"}})
+        test::errorOf(ExitCode::usage, [&] { kind(c.first, c.second, "i420"); });
 }
 
 TEST_F(MediaTest, AWideClipGoesThroughY4mWithItsLastColumnRepeated) {

@@ -76,8 +76,10 @@ TEST(ProcessPlan, RefusalsNameWhatIsWrong) {
     EXPECT_THAT(refusal<I420Img>(texts("320x241+0+0"), packed), HasSubstr("4:2:0 needs pairs of lines"));
     EXPECT_THAT(refusal<HY16Img>(texts("", "321x240"), clip("v216", 352, 288)), HasSubstr("width 321 is odd"));
     ProcessTexts t = texts("", "704x576");
-    t.interp = "supersampling";
-    EXPECT_THAT(refusal<I420Img>(t, cif), HasSubstr("only reduces, not from 352x288 to 704x576"));
+    for (const char* reducing : {"super", "supersampling"}) {
+        t.interp = reducing;
+        EXPECT_THAT(refusal<I420Img>(t, cif), HasSubstr("only reduces, not from 352x288 to 704x576"));
+    }
     t.interp = "hann-filter";
     EXPECT_THAT(refusal<HY16Img>(t, clip("hy16", 352, 288)), HasSubstr("8-bit"));
     EXPECT_THAT(refusal<I420Img>({}, clip("i420", 352, 288, Scan::mixed)), HasSubstr("--scan"));
