@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "orvel/primitives/join_rows.h"
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "orvel/primitives/fill.cpp"
 #include <hwy/foreach_target.h>  // re-includes this file once per target
@@ -43,12 +45,8 @@ template <class T>
 Status copySamples(PlaneView<const T> src, PlaneView<T> dst) {
     if (src.base == nullptr || dst.base == nullptr) return Status::nullPointer;
     if (!dst.valid() || !sameSize(src, dst)) return Status::badSize;
-    const std::size_t rowBytes = std::size_t(dst.width) * sizeof(T), rows = std::size_t(dst.height);
-    const auto isWhole = [&](std::ptrdiff_t step) { return step == std::ptrdiff_t(rowBytes); };
-    if (isWhole(src.step) && isWhole(dst.step)) {
-        std::memcpy(dst.base, src.base, rowBytes * rows);
-        return Status::ok;
-    }
+    joinRows(src, dst);
+    const std::size_t rowBytes = std::size_t(dst.width) * sizeof(T);
     for (int y = 0; y < dst.height; ++y) std::memcpy(dst.row(y), src.row(y), rowBytes);
     return Status::ok;
 }
@@ -60,18 +58,21 @@ HWY_EXPORT(setRows32);
 
 Status set(ViewU8 dst, std::uint8_t value) noexcept {
     if (const Status fault = check(dst); fault != Status::ok) return fault;
+    joinRows(dst);
     for (int y = 0; y < dst.height; ++y) std::memset(dst.row(y), value, std::size_t(dst.width));
     return Status::ok;
 }
 
 Status set(ViewU16 dst, std::uint16_t value) noexcept {
     if (const Status fault = check(dst); fault != Status::ok) return fault;
+    joinRows(dst);
     HWY_DYNAMIC_DISPATCH(setRows16)(dst, value);
     return Status::ok;
 }
 
 Status set(PlaneView<std::uint32_t> dst, std::uint32_t value) noexcept {
     if (const Status fault = check(dst); fault != Status::ok) return fault;
+    joinRows(dst);
     HWY_DYNAMIC_DISPATCH(setRows32)(dst, value);
     return Status::ok;
 }

@@ -42,7 +42,15 @@ struct Finish {
 #endif
 };
 
-/// Samples [firstGroup * 16, last) of a destination row, plain. t[0] is source column tile.begin.
+/// Two rows at a time, so that the tables are read once for both: their intermediate samples, the first one being
+/// column tile.begin, and where the destination samples go. Both may be the same row.
+template <class Sample>
+struct RowPair {
+    const std::int16_t* t[2];
+    Sample* dst[2];
+};
+
+/// The samples of a tile, plain.
 template <class Finish, class Sample>
 void plainColumns(const TapTable& table, const ColumnLayout::Tile& tile, const std::int16_t* t, Sample* dst) {
     const int last = std::min(tile.lastGroup * ColumnLayout::group, table.size());
@@ -60,43 +68,84 @@ using DColumns = hn::CappedTag<std::int16_t, 16>;
 using DSums = hn::Repartition<std::int32_t, DColumns>;
 inline constexpr int blocksPerVector = int(hn::MaxLanes(DColumns())) / 8;
 
+/// The tables of a ColumnLayout by value: what the loops write cannot change these pointers, and the compiler sees it.
+struct ColumnTables {
+    explicit ColumnTables(const ColumnLayout& layout)
+        : start(layout.start.data()),
+          shuffle(layout.shuffle.data()),
+          taps(layout.taps.data()),
+          pairs(static_cast<std::size_t>(layout.pairs)),
+          dotLength(static_cast<std::size_t>(layout.dotLength)) {}
+    const std::int32_t* start;
+    const std::uint8_t* shuffle;
+    const std::int16_t* taps;
+    std::size_t pairs, dotLength;
+};
+
+/// The sums of two rows.
+template <class V>
+struct SumPair {
+    V row[2];
+};
+
 /// Eight samples for each 16-byte block.
-HWY_INLINE auto loadWindow(const std::int16_t* t, const std::int32_t* start, int offset) {
+HWY_INLINE auto loadWindow(const std::int16_t* t, const std::int32_t* start) {
     const DColumns d;
     if constexpr (blocksPerVector == 2) {
         const hn::Half<DColumns> half;
-        return hn::Combine(d, hn::LoadU(half, t + (start[1] + offset)), hn::LoadU(half, t + (start[0] + offset)));
+        return hn::Combine(d, hn::LoadU(half, t + start[1]), hn::LoadU(half, t + start[0]));
     } else {
-        return hn::LoadU(d, t + (start[0] + offset));
+        return hn::LoadU(d, t + start[0]);
     }
 }
 
+enum class Windows { shared, one, two };
+
 /// The sums of the block (or two blocks) b of the layout.
-template <int kPairs, int kWindows>
-HWY_INLINE auto windowSums(const ColumnLayout& layout, std::size_t b, const std::int16_t* t, int begin) {
+template <int kPairs, Windows kWindows>
+HWY_INLINE auto windowSums(const ColumnTables& tables, std::size_t b, const std::int16_t* t0, const std::int16_t* t1) {
+    constexpr std::size_t windows = kWindows == Windows::two ? 2 : 1;
     const DColumns d16;
     const hn::Repartition<std::uint8_t, DColumns> d8;
     const DSums d32;
-    const int pairs = kPairs != 0 ? kPairs : layout.pairs;
-    const std::size_t half = b / 2, side = b % 2;
-    const std::uint8_t* shuffle = layout.shuffle.data() + half * kWindows * 32 + side * 16;
-    const std::int16_t* taps = layout.taps.data() + half * std::size_t(pairs) * 16 + side * 8;
-    const std::int32_t* start = layout.start.data() + b;
-    const auto index0 = hn::BitCast(d16, hn::LoadU(d8, shuffle));
-    auto s0 = hn::Zero(d32), s1 = s0;
-    for (int p = 0; p < pairs; ++p) {
-        const int offset = 2 * p - begin;
-        auto samples = loadWindow(t, start, offset);
-        if constexpr (kWindows == 1) {
-            samples = hn::TableLookupBytes(samples, index0);
-        } else {
-            const auto index1 = hn::BitCast(d16, hn::LoadU(d8, shuffle + 32));
-            const auto next = loadWindow(t, start, offset + 8);
-            samples = hn::Or(hn::TableLookupBytesOr0(samples, index0), hn::TableLookupBytesOr0(next, index1));
+    const std::size_t pairs = kPairs != 0 ? std::size_t{kPairs} : tables.pairs, half = b / 2, side = b % 2;
+    const std::uint8_t* shuffle = tables.shuffle + half * windows * 32 + side * 16;
+    const std::int16_t* taps = tables.taps + half * pairs * 16 + side * 8;
+    const std::int32_t* start = tables.start + b;
+    auto index = hn::LoadU(d8, shuffle);
+    const auto next = hn::LoadU(d8, shuffle + (windows - 1) * 32);
+    auto window0 = loadWindow(t0, start), window1 = loadWindow(t1, start);
+    auto s0 = hn::Zero(d32), s1 = s0, r0 = s0, r1 = s0;
+    for (std::size_t p = 0; p < pairs; ++p) {
+        if (p > 0 && kWindows == Windows::shared) {
+            index = hn::Add(index, hn::Set(d8, std::uint8_t{4}));
+        } else if (p > 0) {
+            window0 = loadWindow(t0 + 2 * p, start);
+            window1 = loadWindow(t1 + 2 * p, start);
         }
-        addPairs(d32, samples, hn::LoadU(d16, taps + p * 16), s0, s1);
+        const auto pair = [&](auto window, const std::int16_t* t) HWY_ATTR {
+            if constexpr (kWindows == Windows::two) {
+                const auto rest = loadWindow(t + 2 * p + 8, start);
+                return hn::Or(hn::TableLookupBytesOr0(window, hn::BitCast(d16, index)),
+                              hn::TableLookupBytesOr0(rest, hn::BitCast(d16, next)));
+            } else {
+                return hn::TableLookupBytes(window, hn::BitCast(d16, index));
+            }
+        };
+        const auto weights = hn::LoadU(d16, taps + p * 16);
+        addPairs(d32, pair(window0, t0), weights, s0, r0);
+        addPairs(d32, pair(window1, t1), weights, s1, r1);
     }
-    return hn::RearrangeToOddPlusEven(s0, s1);
+    return SumPair<decltype(s0)>{{hn::RearrangeToOddPlusEven(s0, r0), hn::RearrangeToOddPlusEven(s1, r1)}};
+}
+
+template <class Finish, int kPairs, Windows kWindows, class Sample>
+HWY_INLINE void windowGroup(const ColumnTables& tables, std::size_t g, const RowPair<Sample>& rows) {
+    for (std::size_t i = 0; i < 2; i += blocksPerVector) {
+        const auto lower = windowSums<kPairs, kWindows>(tables, g * 4 + i, rows.t[0], rows.t[1]);
+        const auto upper = windowSums<kPairs, kWindows>(tables, g * 4 + i + 2, rows.t[0], rows.t[1]);
+        for (int r = 0; r < 2; ++r) Finish::store(DSums(), lower.row[r], upper.row[r], rows.dst[r] + 8 * i);
+    }
 }
 
 /// Per block of 16 bytes, the sums of the four lanes of a, b, c and d.
@@ -109,13 +158,14 @@ HWY_INLINE V32 sumOfEach(D32 d32, V32 a, V32 b, V32 c, V32 d) {
                    hn::BitCast(d32, hn::InterleaveUpper(d64, ab, cd)));
 }
 
-/// Sums of four neighbouring lists from list x on; a 256-bit vector holds two halves of each.
-HWY_INLINE auto dotSums(const ColumnLayout& layout, std::size_t x, const std::int16_t* t, int begin) {
+/// The sums of four neighbouring lists from list x on; a 256-bit vector holds two halves of each.
+template <int kLength>
+HWY_INLINE auto dotSums(const ColumnTables& tables, std::size_t x, const std::int16_t* t) {
     const DColumns d16;
     const DSums d32;
-    const auto length = static_cast<std::size_t>(layout.dotLength);
-    const auto one = [&](std::size_t list) HWY_ATTR {
-        const std::int16_t *from = t + (layout.start[list] - begin), *taps = layout.taps.data() + list * length;
+    const std::size_t length = kLength != 0 ? std::size_t{kLength} : tables.dotLength;
+    const auto one = [=](std::size_t list) HWY_ATTR {
+        const std::int16_t *from = t + tables.start[list], *taps = tables.taps + list * length;
         auto s0 = hn::Zero(d32), s1 = s0;
         for (std::size_t k = 0; k < length; k += hn::Lanes(d16))
             addPairs(d32, hn::LoadU(d16, from + k), hn::LoadU(d16, taps + k), s0, s1);
@@ -124,82 +174,85 @@ HWY_INLINE auto dotSums(const ColumnLayout& layout, std::size_t x, const std::in
     return sumOfEach(d32, one(x), one(x + 1), one(x + 2), one(x + 3));
 }
 
-/// The 16 samples of group g.
-template <class Finish, class Sample>
-HWY_INLINE void dotGroup(const ColumnLayout& layout, int g, const std::int16_t* t, int begin, Sample* out) {
+template <class Finish, int kLength, class Sample>
+HWY_INLINE void dotGroup(const ColumnTables& tables, std::size_t g, const RowPair<Sample>& rows) {
     const DSums d32;
-    const auto x = static_cast<std::size_t>(g) * ColumnLayout::group;
-    const auto q0 = dotSums(layout, x, t, begin), q1 = dotSums(layout, x + 4, t, begin);
-    const auto q2 = dotSums(layout, x + 8, t, begin), q3 = dotSums(layout, x + 12, t, begin);
-    if constexpr (blocksPerVector == 2) {
-        const auto joined = [&](auto a, auto b) HWY_ATTR {
-            return hn::Add(hn::ConcatLowerLower(d32, b, a), hn::ConcatUpperUpper(d32, b, a));
-        };
-        Finish::store(d32, joined(q0, q2), joined(q1, q3), out);
-    } else {
-        Finish::store(d32, q0, q1, out);
-        Finish::store(d32, q2, q3, out + 8);
+    const std::size_t x = g * ColumnLayout::group;
+    for (int r = 0; r < 2; ++r) {
+        const auto q0 = dotSums<kLength>(tables, x, rows.t[r]), q1 = dotSums<kLength>(tables, x + 4, rows.t[r]);
+        const auto q2 = dotSums<kLength>(tables, x + 8, rows.t[r]), q3 = dotSums<kLength>(tables, x + 12, rows.t[r]);
+        if constexpr (blocksPerVector == 2) {
+            const auto joined = [&](auto a, auto b) HWY_ATTR {
+                return hn::Add(hn::ConcatLowerLower(d32, b, a), hn::ConcatUpperUpper(d32, b, a));
+            };
+            Finish::store(d32, joined(q0, q2), joined(q1, q3), rows.dst[r]);
+        } else {
+            Finish::store(d32, q0, q1, rows.dst[r]);
+            Finish::store(d32, q2, q3, rows.dst[r] + 8);
+        }
     }
 }
 
-template <class Finish, int kPairs, int kWindows, class Sample>
-HWY_INLINE void windowGroup(const ColumnLayout& layout, int g, const std::int16_t* t, int begin, Sample* out) {
-    const auto b = static_cast<std::size_t>(g) * 4;
-    for (std::size_t i = 0; i < 2; i += blocksPerVector)
-        Finish::store(DSums(), windowSums<kPairs, kWindows>(layout, b + i, t, begin),
-                      windowSums<kPairs, kWindows>(layout, b + i + 2, t, begin), out + 8 * i);
-}
-
-/// Calls makeGroup(g, out) for the groups of a tile; the last group of the row may be shorter than 16 samples.
+/// Calls makeGroup(g, rows) for the groups of a tile; the last group of the row may be shorter than 16 samples.
 template <class Sample, class MakeGroup>
-HWY_INLINE void forEachGroup(const ColumnLayout::Tile& tile, int width, Sample* dst, const MakeGroup& makeGroup) {
-    const int whole = std::min(tile.lastGroup, width / ColumnLayout::group);
-    for (int g = tile.firstGroup; g < whole; ++g) makeGroup(g, dst + g * ColumnLayout::group);
-    if (whole == tile.lastGroup) return;
-    Sample rest[ColumnLayout::group];
-    makeGroup(whole, rest);
-    std::copy_n(rest, width - whole * ColumnLayout::group, dst + whole * ColumnLayout::group);
+HWY_INLINE void forEachGroup(const ColumnLayout::Tile& tile, int width, const RowPair<Sample>& rows,
+                             const MakeGroup& makeGroup) {
+    constexpr int group = ColumnLayout::group;
+    const int whole = width / group, last = tile.lastGroup;
+    Sample rest[2][group];
+    for (int g = tile.firstGroup; g < last; ++g) {
+        const bool fits = g < whole;
+        const RowPair<Sample> at{{rows.t[0], rows.t[1]},
+                                 {fits ? rows.dst[0] + g * group : rest[0], fits ? rows.dst[1] + g * group : rest[1]}};
+        makeGroup(static_cast<std::size_t>(g), at);
+    }
+    if (whole < last)
+        for (int r = 0; r < 2; ++r) std::copy_n(rest[r], width - whole * group, rows.dst[r] + whole * group);
 }
 
-template <class Finish, int kPairs, int kWindows, class Sample>
-void windowColumns(const ResizePlan& plan, const ColumnLayout::Tile& tile, const std::int16_t* t, Sample* dst) {
-    forEachGroup(tile, plan.dstWidth(), dst, [&](int g, Sample* out) HWY_ATTR {
-        windowGroup<Finish, kPairs, kWindows>(plan.layout(), g, t, tile.begin, out);
-    });
+template <class Finish, int kPairs, Windows kWindows, class Sample>
+void windowColumns(const ResizePlan& plan, const ColumnLayout::Tile& tile, const RowPair<Sample>& rows) {
+    forEachGroup(tile, plan.dstWidth(), rows,
+                 [tables = ColumnTables(plan.layout())](std::size_t g, const RowPair<Sample>& at)
+                     HWY_ATTR { windowGroup<Finish, kPairs, kWindows>(tables, g, at); });
 }
 
-template <class Finish, int kWindows, class Sample>
-void windowColumns(const ResizePlan& plan, const ColumnLayout::Tile& tile, const std::int16_t* t, Sample* dst) {
+template <class Finish, Windows kWindows, class Sample>
+void windowColumns(const ResizePlan& plan, const ColumnLayout::Tile& tile, const RowPair<Sample>& rows) {
     switch (plan.layout().pairs) {
         case 1:
-            return windowColumns<Finish, 1, kWindows>(plan, tile, t, dst);
+            return windowColumns<Finish, 1, kWindows>(plan, tile, rows);
         case 2:
-            return windowColumns<Finish, 2, kWindows>(plan, tile, t, dst);
+            return windowColumns<Finish, 2, kWindows>(plan, tile, rows);
         case 3:
-            return windowColumns<Finish, 3, kWindows>(plan, tile, t, dst);
+            return windowColumns<Finish, 3, kWindows>(plan, tile, rows);
         default:
-            return windowColumns<Finish, 0, kWindows>(plan, tile, t, dst);
+            return windowColumns<Finish, 0, kWindows>(plan, tile, rows);
     }
+}
+
+template <class Finish, int kLength, class Sample>
+void dotColumns(const ResizePlan& plan, const ColumnLayout::Tile& tile, const RowPair<Sample>& rows) {
+    forEachGroup(tile, plan.dstWidth(), rows,
+                 [tables = ColumnTables(plan.layout())](std::size_t g, const RowPair<Sample>& at)
+                     HWY_ATTR { dotGroup<Finish, kLength>(tables, g, at); });
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR
 
-/// The destination samples of a tile out of its intermediate samples; t[0] is column tile.begin and
-/// ColumnLayout::tilePadding samples behind the tile may be read.
+/// The destination samples of a tile. ColumnLayout::tilePadding intermediate samples behind the tile may be read.
 template <class Finish, class Sample>
-HWY_INLINE void horizontalPass(const ResizePlan& plan, const ColumnLayout::Tile& tile, const std::int16_t* t,
-                               Sample* dst) {
+HWY_INLINE void horizontalPass(const ResizePlan& plan, const ColumnLayout::Tile& tile, const RowPair<Sample>& rows) {
 #if HWY_TARGET == HWY_SCALAR
-    plainColumns<Finish>(plan.columns(), tile, t, dst);
+    for (int r = 0; r < 2; ++r) plainColumns<Finish>(plan.columns(), tile, rows.t[r], rows.dst[r]);
 #else
     const ColumnLayout& layout = plan.layout();
     if (layout.form == ColumnLayout::Form::dots)
-        forEachGroup(tile, plan.dstWidth(), dst,
-                     [&](int g, Sample* out) HWY_ATTR { dotGroup<Finish>(layout, g, t, tile.begin, out); });
-    else if (layout.windows == 1)
-        windowColumns<Finish, 1>(plan, tile, t, dst);
-    else
-        windowColumns<Finish, 2>(plan, tile, t, dst);
+        return layout.dotLength == 16 ? dotColumns<Finish, 16>(plan, tile, rows)
+                                      : dotColumns<Finish, 0>(plan, tile, rows);
+    if (layout.shared) return windowColumns<Finish, Windows::shared>(plan, tile, rows);
+    if (layout.windows == 1) return windowColumns<Finish, Windows::one>(plan, tile, rows);
+    windowColumns<Finish, Windows::two>(plan, tile, rows);
 #endif
 }
 

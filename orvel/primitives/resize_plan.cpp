@@ -17,11 +17,12 @@ int firstOf(const TapTable& table, int x) noexcept {
     return table.first(std::min(x, table.size() - 1));
 }
 
-int windowsNeeded(const TapTable& table) noexcept {
+/// Most source samples between the first ones of the lists of a block.
+int widestBlock(const TapTable& table) noexcept {
     int samples = 0;
     for (int x = 0; x < table.size(); x += ColumnLayout::block)
-        samples = std::max(samples, firstOf(table, x + ColumnLayout::block - 1) - table.first(x) + 2);
-    return (samples + windowSamples - 1) / windowSamples;
+        samples = std::max(samples, firstOf(table, x + ColumnLayout::block - 1) - table.first(x));
+    return samples;
 }
 
 /// Which form is cheaper: vector operations for eight destination samples, counted from the two loops.
@@ -36,11 +37,17 @@ bool windowsPay(int windows, int pairs, int length) noexcept {
 ColumnLayout::ColumnLayout(const TapTable& table) {
     if (!cutTiles(table)) return;
     pairs = table.stride() / 2;
-    windows = windowsNeeded(table);
+    windows = (widestBlock(table) + 2 + windowSamples - 1) / windowSamples;
+    shared = widestBlock(table) + table.stride() <= windowSamples;
     if (windowsPay(windows, pairs, table.length()))
         layWindows(table);
     else
         layDots(table);
+    for (const Tile& tile : tiles) {
+        const int perGroup = form == Form::windows ? group / block : group;
+        for (int i = tile.firstGroup * perGroup; i < tile.lastGroup * perGroup; ++i)
+            start[static_cast<std::size_t>(i)] -= tile.begin;
+    }
 }
 
 /// Cuts the row into tiles of as many groups as fit. @return false when one group does not.

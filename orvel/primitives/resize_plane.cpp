@@ -21,35 +21,39 @@ RowTaps<Sample> rowTaps(const ResizePlan& plan, PlaneView<const Sample> src, int
 
 /// One destination row whose lists are longer than a tile: each list is summed piece by piece.
 template <class Finish, class Vertical, class Sample>
-void rowInChunks(const TapTable& table, const Vertical& vertical, std::int16_t* t, Sample* dst) {
+void rowInChunks(const ResizePlan& plan, int y, const Vertical& vertical, std::int16_t* t, Sample* dst) {
+    const TapTable& table = plan.columns();
     for (int x = 0; x < table.size(); ++x) {
         const int end = table.first(x) + table.length();
         const std::int16_t* taps = table.taps(x);
         std::int32_t sum = 0;
         for (int at = table.first(x); at < end; at += ColumnLayout::tileColumns) {
             const int count = std::min(ColumnLayout::tileColumns, end - at);
-            vertical(at, at + count, t);
+            vertical(y, at, at + count, t);
             for (int k = 0; k < count; ++k) sum += t[k] * *taps++;
         }
         dst[x] = Finish::one(sum);
     }
 }
 
-/// Both passes, tile by tile, over a piece of the intermediate row that stays on the stack. vertical(y, begin, end, t)
-/// gives the intermediate samples of columns [begin, end) of destination row y.
+/// Both passes, two rows at a time and tile by tile, over pieces of the intermediate rows that stay on the stack.
+/// vertical(y, begin, end, t) gives the intermediate samples of columns [begin, end) of destination row y.
 template <class Finish, class Sample, class Vertical>
 void bothPasses(const ResizePlan& plan, PlaneView<Sample> dst, int first, int last, const Vertical& vertical) {
-    alignas(64) std::int16_t t[ColumnLayout::tileColumns + ColumnLayout::tilePadding];
-    for (int y = first; y < last; ++y) {
-        if (plan.layout().form == ColumnLayout::Form::chunks) {
-            const auto piece = [&](int begin, int end, std::int16_t* to) { vertical(y, begin, end, to); };
-            rowInChunks<Finish>(plan.columns(), piece, t, dst.row(y));
-            continue;
-        }
+    alignas(64) std::int16_t t[2][ColumnLayout::tileColumns + ColumnLayout::tilePadding];
+    const auto tileRow = [&](int y, const ColumnLayout::Tile& tile, std::int16_t* to) {
+        vertical(y, tile.begin, tile.end, to);
+        std::fill_n(to + (tile.end - tile.begin), ColumnLayout::tilePadding, std::int16_t{0});
+    };
+    if (plan.layout().form == ColumnLayout::Form::chunks) {
+        for (int y = first; y < last; ++y) rowInChunks<Finish>(plan, y, vertical, t[0], dst.row(y));
+        return;
+    }
+    for (int y = first; y < last; y += 2) {
+        const int other = y + 1 < last ? 1 : 0;  // a single last row is made twice
         for (const ColumnLayout::Tile& tile : plan.layout().tiles) {
-            vertical(y, tile.begin, tile.end, t);
-            std::fill_n(t + (tile.end - tile.begin), ColumnLayout::tilePadding, std::int16_t{0});
-            horizontalPass<Finish>(plan, tile, t, dst.row(y));
+            for (int r = 0; r <= other; ++r) tileRow(y + r, tile, t[r]);
+            horizontalPass<Finish>(plan, tile, RowPair<Sample>{{t[0], t[other]}, {dst.row(y), dst.row(y + other)}});
         }
     }
 }
@@ -143,9 +147,11 @@ bool copyRows(const ResizePlan& plan, PlaneView<const Sample> src, PlaneView<Sam
     return true;
 }
 
+/// Half the size both ways with two equal taps, as area averaging and linear interpolation have there.
 bool halves(const ResizePlan& plan) noexcept {
-    return plan.method().kernel == ResizeKernel::area && plan.srcWidth() == 2 * plan.dstWidth() &&
-           plan.srcHeight() == 2 * plan.dstHeight();
+    const ResizeMethod method = plan.method();
+    return (method.kernel == ResizeKernel::area || method == ResizeMethod{ResizeKernel::linear, false}) &&
+           plan.srcWidth() == 2 * plan.dstWidth() && plan.srcHeight() == 2 * plan.dstHeight();
 }
 
 }  // namespace

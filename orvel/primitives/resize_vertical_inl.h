@@ -109,9 +109,8 @@ HWY_INLINE void addPairs(D32 d32, V16 a, V16 b, V32& s0, V32& s1) {
 /// Calls body(x) for whole vectors of n columns that cover [begin, end); the last one overlaps its neighbour.
 template <class Body>
 HWY_INLINE void forEachVector(int n, int begin, int end, const Body& body) {
-    int x = begin;
-    for (; x + n <= end; x += n) body(x);
-    if (x < end) body(end - n);
+    // One call alone, so that it is compiled into the loop with all that it holds in registers.
+    for (int x = begin; x < end; x += n) body(std::min(x, end - n));
 }
 
 /// Rounded and packed sums of the word pairs in lower and upper.
@@ -136,20 +135,41 @@ HWY_INLINE void putBlocks(D d16, int x, V even, V odd, const Sink& sink) {
     }
 }
 
+/// Rows and taps of a list of kPairs pairs, at hand for the whole row.
 template <int kPairs, class Sample>
 struct PairRows {
     const Sample* row[kPairs * 2];
+    std::int32_t tapPair[kPairs];
     explicit PairRows(const RowTaps<Sample>& rows) {
         for (int k = 0; k < kPairs * 2; ++k) row[k] = rows.row(k);
+        for (int p = 0; p < kPairs; ++p) tapPair[p] = rows.tapPair(p);
     }
-    const Sample* operator()(int k) const { return row[k]; }
+    int pairs() const { return kPairs; }
+    const Sample* first(int p) const { return row[2 * p]; }
+    const Sample* second(int p) const { return row[2 * p + 1]; }
+    std::int32_t taps(int p) const { return tapPair[p]; }
 };
-/// Any number of pairs.
+inline constexpr int upTo32Pairs = 0, anyPairs = -1;
 template <class Sample>
-struct PairRows<0, Sample> {
-    const RowTaps<Sample>& rows;
+struct PairRows<upTo32Pairs, Sample> {
+    const Sample* row[64];
+    const RowTaps<Sample> rows;
+    explicit PairRows(const RowTaps<Sample>& r) : rows(r) {
+        for (int k = 0; k < 2 * rows.pairs(); ++k) row[k] = rows.row(k);
+    }
+    int pairs() const { return rows.pairs(); }
+    const Sample* first(int p) const { return row[2 * p]; }
+    const Sample* second(int p) const { return row[2 * p + 1]; }
+    std::int32_t taps(int p) const { return rows.tapPair(p); }
+};
+template <class Sample>
+struct PairRows<anyPairs, Sample> {
+    const RowTaps<Sample> rows;
     explicit PairRows(const RowTaps<Sample>& r) : rows(r) {}
-    const Sample* operator()(int k) const { return rows.row(k); }
+    int pairs() const { return rows.pairs(); }
+    const Sample* first(int p) const { return rows.row(2 * p); }
+    const Sample* second(int p) const { return rows.row(2 * p + 1); }
+    std::int32_t taps(int p) const { return rows.tapPair(p); }
 };
 
 /// Two 8-bit rows: 64a + round(v1 * (b - a) / 256) is the rounded sum, because the taps sum to 16384, and a rounding
@@ -178,15 +198,14 @@ void sumRows8(const RowTaps<std::uint8_t>& rows, int begin, int end, const Sink&
     const hn::CappedTag<std::uint8_t, 32> d8;
     const hn::Repartition<std::int16_t, decltype(d8)> d16;
     const hn::Repartition<std::int32_t, decltype(d8)> d32;
-    const int pairs = kPairs != 0 ? kPairs : rows.pairs();
-    const PairRows<kPairs, std::uint8_t> row(rows);
+    const PairRows<kPairs, std::uint8_t> list(rows);
     const auto zero8 = hn::Zero(d8);
     const auto widened = [&](auto v) HWY_ATTR { return hn::BitCast(d16, v); };
     forEachVector(int(hn::Lanes(d8)), begin, end, [&](int x) HWY_ATTR {
         auto s0 = hn::Zero(d32), s1 = s0, s2 = s0, s3 = s0, r0 = s0, r1 = s0, r2 = s0, r3 = s0;
-        for (int p = 0; p < pairs; ++p) {
-            const auto taps = hn::BitCast(d16, hn::Set(d32, rows.tapPair(p)));
-            const auto a = hn::LoadU(d8, row(2 * p) + x), b = hn::LoadU(d8, row(2 * p + 1) + x);
+        for (int p = 0; p < list.pairs(); ++p) {
+            const auto taps = hn::BitCast(d16, hn::Set(d32, list.taps(p)));
+            const auto a = hn::LoadU(d8, list.first(p) + x), b = hn::LoadU(d8, list.second(p) + x);
             const auto lower = hn::InterleaveLower(d8, a, b), upper = hn::InterleaveUpper(d8, a, b);
             addPairs(d32, widened(hn::InterleaveLower(d8, lower, zero8)), taps, s0, r0);
             addPairs(d32, widened(hn::InterleaveUpper(d8, lower, zero8)), taps, s1, r1);
@@ -204,15 +223,14 @@ void sumRows16(const RowTaps<std::uint16_t>& rows, int begin, int end, const Sin
     const hn::CappedTag<std::uint16_t, 16> du16;
     const hn::RebindToSigned<decltype(du16)> d16;
     const hn::Repartition<std::int32_t, decltype(d16)> d32;
-    const int pairs = kPairs != 0 ? kPairs : rows.pairs();
-    const PairRows<kPairs, std::uint16_t> row(rows);
+    const PairRows<kPairs, std::uint16_t> list(rows);
     const auto bias = hn::Set(du16, std::uint16_t{signedBias});
     forEachVector(int(hn::Lanes(d16)), begin, end, [&](int x) HWY_ATTR {
         auto s0 = hn::Zero(d32), s1 = s0, r0 = s0, r1 = s0;
-        for (int p = 0; p < pairs; ++p) {
-            const auto taps = hn::BitCast(d16, hn::Set(d32, rows.tapPair(p)));
-            const auto a = hn::BitCast(d16, hn::Xor(hn::LoadU(du16, row(2 * p) + x), bias));
-            const auto b = hn::BitCast(d16, hn::Xor(hn::LoadU(du16, row(2 * p + 1) + x), bias));
+        for (int p = 0; p < list.pairs(); ++p) {
+            const auto taps = hn::BitCast(d16, hn::Set(d32, list.taps(p)));
+            const auto a = hn::BitCast(d16, hn::Xor(hn::LoadU(du16, list.first(p) + x), bias));
+            const auto b = hn::BitCast(d16, hn::Xor(hn::LoadU(du16, list.second(p) + x), bias));
             addPairs(d32, hn::InterleaveLower(d16, a, b), taps, s0, r0);
             addPairs(d32, hn::InterleaveUpper(d16, a, b), taps, s1, r1);
         }

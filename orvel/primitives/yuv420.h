@@ -1,0 +1,24 @@
+#pragma once
+#include "orvel/primitives/plane_view.h"
+#include "orvel/primitives/status.h"
+
+// Progressive 4:2:2 <-> 4:2:0. A picture of W x H luma samples, W and H >= 2, has a packed view of 2W bytes by H rows
+// and chroma views of floor(W/2) samples by at least floor(H/2) rows (4:2:0); only these first rows are touched. Planes
+// always come as Y, Cb, Cr; luma is copied. Odd W as in yuv422.h. Odd H: the last row is neither read nor written, the
+// answer is Status::reducedSize. Views do not overlap.
+//
+// A 4:2:0 chroma sample lies half way between its two lines (MPEG-2 frame pictures): going down it is their mean,
+// (a + b + 1) >> 1, going up it is repeated, so that down(up(chroma)) = chroma.
+
+namespace Orvel::primitives {
+
+Status uyvyToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept;
+Status yuyvToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept;
+Status planar420ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept;
+Status planar420ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept;
+
+/// The chroma views of the result have at least 2 * floor(H/2) rows.
+Status planar420ToPlanar422(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 dstY, ViewU8 dstCb,
+                            ViewU8 dstCr) noexcept;
+
+}  // namespace Orvel::primitives

@@ -1,0 +1,166 @@
+#include "orvel/primitives/yuv420_interlaced.h"
+
+#include <algorithm>
+
+#include "orvel/primitives/fill.h"
+#include "orvel/primitives/packed_422.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "orvel/primitives/yuv420_interlaced.cpp"
+#include <hwy/foreach_target.h>  // re-includes this file once per target
+#include <hwy/highway.h>
+#include "orvel/primitives/packed_422_inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace Orvel::primitives::HWY_NAMESPACE {
+
+constexpr PackedLayout uyvy = PackedLayout::uyvy;
+
+// The filters stay in bytes: halving repeatedly with floor and once, last, with rounding up is the exact rounded
+// quotient, since floor((c + floor(x / m)) / 2) = floor((m c + x) / 2m).
+
+/// (a + b) >> 1.
+template <class V>
+HWY_INLINE V floorMean(V a, V b) {
+    return hn::Not(hn::AverageRound(hn::Not(a), hn::Not(b)));
+}
+
+/// (3 a + b + 2) >> 2.
+template <class V>
+HWY_INLINE V threeToOne(V a, V b) {
+    return hn::AverageRound(a, floorMean(a, b));
+}
+
+/// (7 a + b + 4) >> 3.
+template <class V>
+HWY_INLINE V sevenToOne(V a, V b) {
+    return hn::AverageRound(a, floorMean(a, floorMean(a, b)));
+}
+
+/// (5 a + 3 b + 4) >> 3.
+template <class V>
+HWY_INLINE V fiveToThree(V a, V b) {
+    return hn::AverageRound(a, floorMean(b, floorMean(a, b)));
+}
+
+/// One pass over the two packed rows that a field has in a group makes their luma and its chroma row.
+void reduceInterlaced(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) {
+    for (int row = 0; row + 4 <= y.height; row += 4) {
+        for (int field = 0; field < 2; ++field) {
+            // The line that weighs three quarters is the upper one in the top field, the lower one in the bottom field.
+            const int closer = row + 3 * field, farther = row + 2 - field, chroma = row / 2 + field;
+            const std::uint8_t *in0 = packed.row(closer), *in1 = packed.row(farther);
+            std::uint8_t *y0 = y.row(closer), *y1 = y.row(farther), *u = cb.row(chroma), *v = cr.row(chroma);
+            forEachRun<std::uint8_t>(y.width / 2, [=](auto d, int pair) HWY_ATTR {
+                const auto a = loadSplit<uyvy>(d, in0 + 4 * pair), b = loadSplit<uyvy>(d, in1 + 4 * pair);
+                storeLuma(d, a, y0 + 2 * pair);
+                storeLuma(d, b, y1 + 2 * pair);
+                storeChroma(d, threeToOne(a.chroma0, b.chroma0), threeToOne(a.chroma1, b.chroma1), u + pair, v + pair);
+            });
+            unpackOddPixel<uyvy>(in0, y0, y.width);
+            unpackOddPixel<uyvy>(in1, y1, y.width);
+        }
+    }
+}
+
+/// The two 4:2:0 chroma rows that one row of a picture is made of.
+struct ChromaSources {
+    int nearest, other;
+    bool sevenEighths;  ///< weights 7 and 1, else 5 and 3
+
+    ChromaSources(int y, int groups) {
+        const int k = y / 4, line = y % 4, field = line % 2;
+        const int neighbour = std::clamp(line < 2 ? k - 1 : k + 1, 0, groups - 1);
+        nearest = 2 * k + field;
+        other = 2 * neighbour + field;
+        sevenEighths = line == 0 || line == 3;
+    }
+};
+
+/// Calls body(sources, y, filter) for every row of whole groups.
+template <class Body>
+HWY_INLINE void forEachEnlargedRow(int height, const Body& body) {
+    const auto seven = [](auto a, auto b) HWY_ATTR { return sevenToOne(a, b); };
+    const auto five = [](auto a, auto b) HWY_ATTR { return fiveToThree(a, b); };
+    for (int y = 0; y < height / 4 * 4; ++y) {
+        const ChromaSources from(y, height / 4);
+        from.sevenEighths ? body(y, from, seven) : body(y, from, five);
+    }
+}
+
+void enlargeInterlacedToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) {
+    forEachEnlargedRow(y.height, [=](int row, ChromaSources from, auto filter) HWY_ATTR {
+        const std::uint8_t *luma = y.row(row), *u0 = cb.row(from.nearest), *u1 = cb.row(from.other),
+                           *v0 = cr.row(from.nearest), *v1 = cr.row(from.other);
+        std::uint8_t* out = packed.row(row);
+        forEachRun<std::uint8_t>(y.width / 2, [=](auto d, int pair) HWY_ATTR {
+            storePacked<uyvy>(d, luma + 2 * pair, filter(hn::LoadU(d, u0 + pair), hn::LoadU(d, u1 + pair)),
+                              filter(hn::LoadU(d, v0 + pair), hn::LoadU(d, v1 + pair)), out + 4 * pair);
+        });
+        packOddPixel<uyvy>(luma, out, y.width);
+    });
+}
+
+void enlargeInterlacedPlane(ConstViewU8 src, ViewU8 dst, int height) {
+    forEachEnlargedRow(height, [=](int row, ChromaSources from, auto filter) HWY_ATTR {
+        const std::uint8_t *a = src.row(from.nearest), *b = src.row(from.other);
+        std::uint8_t* out = dst.row(row);
+        forEachRun<std::uint8_t>(dst.width, [=](auto d, int x) HWY_ATTR {
+            hn::StoreU(filter(hn::LoadU(d, a + x), hn::LoadU(d, b + x)), d, out + x);
+        });
+    });
+}
+
+}  // namespace Orvel::primitives::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace Orvel::primitives {
+HWY_EXPORT(reduceInterlaced);
+HWY_EXPORT(enlargeInterlacedToUyvy);
+HWY_EXPORT(enlargeInterlacedPlane);
+
+namespace {
+
+constexpr int minimumHeight = 4;
+
+constexpr int wholeGroups(int height) {
+    return height / 4 * 4;
+}
+
+template <class Packed, class Plane>
+Status check(const Packed& packed, const Plane& y, const Plane& cb, const Plane& cr) {
+    if (anyNull(packed, y, cb, cr)) return Status::nullPointer;
+    const bool fits = packedFits(packed, y, minimumHeight) && chromaFits(cb, cr, y, wholeGroups(y.height) / 2);
+    return fits ? Status::ok : Status::badSize;
+}
+
+}  // namespace
+
+Status uyvyToPlanar420Interlaced(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept {
+    if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
+    HWY_DYNAMIC_DISPATCH(reduceInterlaced)(packed, y, cb, cr);
+    return answerFor(wholeGroups(y.height), y.height);
+}
+
+Status planar420ToUyvyInterlaced(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept {
+    if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
+    HWY_DYNAMIC_DISPATCH(enlargeInterlacedToUyvy)(y, cb, cr, packed);
+    return answerFor(wholeGroups(y.height), y.height);
+}
+
+Status planar420ToPlanar422Interlaced(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 dstY, ViewU8 dstCb,
+                                      ViewU8 dstCr) noexcept {
+    if (anyNull(y, cb, cr, dstY, dstCb, dstCr)) return Status::nullPointer;
+    const int rows = wholeGroups(y.height);
+    const bool fits = sameSize(y, dstY) && y.width >= 2 && y.height >= minimumHeight &&
+                      chromaFits(cb, cr, y, rows / 2) && chromaFits(dstCb, dstCr, y, rows);
+    if (!fits) return Status::badSize;
+    if (const Status fault = copy(y.band(0, rows), dstY.band(0, rows)); fault != Status::ok) return fault;
+    HWY_DYNAMIC_DISPATCH(enlargeInterlacedPlane)(cb, dstCb, rows);
+    HWY_DYNAMIC_DISPATCH(enlargeInterlacedPlane)(cr, dstCr, rows);
+    return answerFor(rows, y.height);
+}
+
+}  // namespace Orvel::primitives
+#endif  // HWY_ONCE

@@ -1,0 +1,102 @@
+#include "orvel/primitives/yuv422.h"
+
+#include "orvel/primitives/join_rows.h"
+#include "orvel/primitives/packed_422.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "orvel/primitives/yuv422.cpp"
+#include <hwy/foreach_target.h>  // re-includes this file once per target
+#include <hwy/highway.h>
+#include "orvel/primitives/packed_422_inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace Orvel::primitives::HWY_NAMESPACE {
+
+template <PackedLayout layout>
+HWY_INLINE void unpackRow(const std::uint8_t* packed, std::uint8_t* y, std::uint8_t* cb, std::uint8_t* cr, int width) {
+    forEachRun<std::uint8_t>(width / 2, [=](auto d, int pair) HWY_ATTR {
+        const auto pairs = loadSplit<layout>(d, packed + 4 * pair);
+        storeLuma(d, pairs, y + 2 * pair);
+        storeChroma(d, pairs.chroma0, pairs.chroma1, cb + pair, cr + pair);
+    });
+    unpackOddPixel<layout>(packed, y, width);
+}
+
+void unpackRows(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) {
+    const auto row = layout == PackedLayout::uyvy ? unpackRow<PackedLayout::uyvy> : unpackRow<PackedLayout::yuyv>;
+    for (int i = 0; i < y.height; ++i) row(packed.row(i), y.row(i), cb.row(i), cr.row(i), y.width);
+}
+
+void packRows(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) {
+    const auto row = layout == PackedLayout::uyvy ? packRow<PackedLayout::uyvy> : packRow<PackedLayout::yuyv>;
+    for (int i = 0; i < y.height; ++i) row(y.row(i), cb.row(i), cr.row(i), packed.row(i), y.width);
+}
+
+void swapRows(ConstViewU8 packed, ViewU8 dst) {
+    for (int i = 0; i < dst.height; ++i) {
+        const auto* in = reinterpret_cast<const std::uint16_t*>(packed.row(i));
+        auto* out = reinterpret_cast<std::uint16_t*>(dst.row(i));
+        forEachRun<std::uint16_t>(dst.width / 2, [=](auto d, int x) HWY_ATTR {
+            const auto v = hn::LoadU(d, in + x);
+            hn::StoreU(hn::Or(hn::ShiftLeft<8>(v), hn::ShiftRight<8>(v)), d, out + x);
+        });
+    }
+}
+
+}  // namespace Orvel::primitives::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace Orvel::primitives {
+HWY_EXPORT(unpackRows);
+HWY_EXPORT(packRows);
+HWY_EXPORT(swapRows);
+
+namespace {
+
+template <class Packed, class Plane>
+Status check(const Packed& packed, const Plane& y, const Plane& cb, const Plane& cr) {
+    if (anyNull(packed, y, cb, cr)) return Status::nullPointer;
+    const bool fits = packedFits(packed, y, 1) && chromaFits(cb, cr, y, y.height) && cb.height == y.height;
+    return fits ? Status::ok : Status::badSize;
+}
+
+Status unpack(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) {
+    if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
+    if (y.width % 2 == 0) joinRows(packed, y, cb, cr);
+    HWY_DYNAMIC_DISPATCH(unpackRows)(layout, packed, y, cb, cr);
+    return Status::ok;
+}
+
+Status pack(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) {
+    if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
+    if (y.width % 2 == 0) joinRows(y, cb, cr, packed);
+    HWY_DYNAMIC_DISPATCH(packRows)(layout, y, cb, cr, packed);
+    return Status::ok;
+}
+
+}  // namespace
+
+Status uyvyToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept {
+    return unpack(PackedLayout::uyvy, packed, y, cb, cr);
+}
+Status yuyvToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept {
+    return unpack(PackedLayout::yuyv, packed, y, cb, cr);
+}
+Status planar422ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept {
+    return pack(PackedLayout::uyvy, y, cb, cr, packed);
+}
+Status planar422ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept {
+    return pack(PackedLayout::yuyv, y, cb, cr, packed);
+}
+
+Status swapChromaLuma(ConstViewU8 packed, ViewU8 dst) noexcept {
+    if (anyNull(packed, dst)) return Status::nullPointer;
+    if (!dst.valid() || !sameSize(packed, dst) || dst.width < 4 || dst.width % 2 != 0) return Status::badSize;
+    joinRows(packed, dst);
+    HWY_DYNAMIC_DISPATCH(swapRows)(packed, dst);
+    return Status::ok;
+}
+
+}  // namespace Orvel::primitives
+#endif  // HWY_ONCE

@@ -1,0 +1,21 @@
+#pragma once
+#include "orvel/primitives/plane_view.h"
+#include "orvel/primitives/status.h"
+
+// 4:2:2 layouts among themselves; nothing is resampled. A picture of W x H luma samples, W >= 2, has a packed view of
+// 2W bytes by H rows, a luma view of W x H and two chroma views of floor(W/2) x H; planes always come as Y, Cb, Cr.
+// Odd W: the last pixel has two bytes, luma and one chroma byte at the place of Cb. Taking apart drops that byte,
+// putting together repeats the row's last Cb. Views do not overlap.
+
+namespace Orvel::primitives {
+
+Status uyvyToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept;
+Status yuyvToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept;
+Status planar422ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept;
+Status planar422ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept;
+
+/// UYVY to YUYV and back: exchanges the two bytes of every pixel. The width, in bytes, is even and at least 4. In place
+/// allowed.
+Status swapChromaLuma(ConstViewU8 packed, ViewU8 dst) noexcept;
+
+}  // namespace Orvel::primitives
