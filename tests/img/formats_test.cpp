@@ -140,6 +140,10 @@ TEST(FormatTest, PackedPicturesAreFilledPairByPair) {
     EXPECT_TRUE(view.set(1, 2, 3));
     const std::uint16_t cut[] = {2, 1, 3, 1, 2, 1, 0, 0};
     EXPECT_EQ(std::memcmp(v216.getPixel(0, 1, 0), cut, sizeof cut), 0);
+    std::uint8_t bytes[18] = {};
+    V216Img odd;  // at an odd address
+    ASSERT_TRUE(odd.setExternalMemory(0, bytes + 1, 4, 1, 4, -1) && odd.set(1, 2, 3));
+    EXPECT_TRUE(std::memcmp(bytes + 1, cut, 12) == 0 && bytes[0] == 0 && bytes[17] == 0);
 }
 
 }  // namespace
