@@ -1,5 +1,5 @@
-// 8-bit planes to half the size both ways by area averaging or linear interpolation: the two taps are 8192 each, and the
-// two roundings of the general passes come to (a + b + c + d + 2) >> 2, for the intermediate 32 * (a + c) is exact.
+// 8-bit planes to half the size both ways by area averaging or linear interpolation: the two taps are 8192 each, and
+// the two roundings of the general passes come to (a + b + c + d + 2) >> 2, for the intermediate 32 * (a + c) is exact.
 // Per-target include guard: foreach_target.h includes this file once for every CPU target.
 #if defined(ORVEL_PRIMITIVES_RESIZE_HALVE_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef ORVEL_PRIMITIVES_RESIZE_HALVE_INL_H_

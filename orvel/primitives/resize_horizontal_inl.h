@@ -158,29 +158,35 @@ HWY_INLINE V32 sumOfEach(D32 d32, V32 a, V32 b, V32 c, V32 d) {
                    hn::BitCast(d32, hn::InterleaveUpper(d64, ab, cd)));
 }
 
-/// The sums of four neighbouring lists from list x on; a 256-bit vector holds two halves of each.
-template <int kLength>
-HWY_INLINE auto dotSums(const ColumnTables& tables, std::size_t x, const std::int16_t* t) {
+/// The products of one list, summed to the lanes of a vector.
+HWY_INLINE auto dotLanes(const std::int16_t* samples, const std::int16_t* taps, std::size_t length) {
     const DColumns d16;
     const DSums d32;
-    const std::size_t length = kLength != 0 ? std::size_t{kLength} : tables.dotLength;
-    const auto one = [=](std::size_t list) HWY_ATTR {
-        const std::int16_t *from = t + tables.start[list], *taps = tables.taps + list * length;
-        auto s0 = hn::Zero(d32), s1 = s0;
-        for (std::size_t k = 0; k < length; k += hn::Lanes(d16))
-            addPairs(d32, hn::LoadU(d16, from + k), hn::LoadU(d16, taps + k), s0, s1);
-        return hn::Add(s0, s1);
-    };
-    return sumOfEach(d32, one(x), one(x + 1), one(x + 2), one(x + 3));
+    auto s0 = hn::Zero(d32), s1 = s0;
+    for (std::size_t k = 0; k < length; k += hn::Lanes(d16))
+        addPairs(d32, hn::LoadU(d16, samples + k), hn::LoadU(d16, taps + k), s0, s1);
+    return hn::Add(s0, s1);
+}
+
+/// The sums of four neighbouring lists; a 256-bit vector holds two halves of each.
+HWY_INLINE auto dotSums(const std::int32_t* start, const std::int16_t* taps, std::size_t length,
+                        const std::int16_t* t) {
+    return sumOfEach(DSums(), dotLanes(t + start[0], taps, length), dotLanes(t + start[1], taps + length, length),
+                     dotLanes(t + start[2], taps + 2 * length, length),
+                     dotLanes(t + start[3], taps + 3 * length, length));
 }
 
 template <class Finish, int kLength, class Sample>
 HWY_INLINE void dotGroup(const ColumnTables& tables, std::size_t g, const RowPair<Sample>& rows) {
     const DSums d32;
-    const std::size_t x = g * ColumnLayout::group;
+    const std::size_t length = kLength != 0 ? std::size_t{kLength} : tables.dotLength;
+    const std::int32_t* start = tables.start + g * ColumnLayout::group;
+    const std::int16_t* taps = tables.taps + g * ColumnLayout::group * length;
     for (int r = 0; r < 2; ++r) {
-        const auto q0 = dotSums<kLength>(tables, x, rows.t[r]), q1 = dotSums<kLength>(tables, x + 4, rows.t[r]);
-        const auto q2 = dotSums<kLength>(tables, x + 8, rows.t[r]), q3 = dotSums<kLength>(tables, x + 12, rows.t[r]);
+        const auto q0 = dotSums(start, taps, length, rows.t[r]);
+        const auto q1 = dotSums(start + 4, taps + 4 * length, length, rows.t[r]);
+        const auto q2 = dotSums(start + 8, taps + 8 * length, length, rows.t[r]);
+        const auto q3 = dotSums(start + 12, taps + 12 * length, length, rows.t[r]);
         if constexpr (blocksPerVector == 2) {
             const auto joined = [&](auto a, auto b) HWY_ATTR {
                 return hn::Add(hn::ConcatLowerLower(d32, b, a), hn::ConcatUpperUpper(d32, b, a));

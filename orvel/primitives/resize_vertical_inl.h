@@ -88,7 +88,7 @@ struct ToSamples16 {
     std::uint16_t* row;
 #if HWY_TARGET != HWY_SCALAR
     template <class D, class V>
-    HWY_INLINE void put(D d, int x, V v) const {
+    HWY_INLINE void put(D, int x, V v) const {
         const hn::RebindToUnsigned<D> du;
         hn::StoreU(hn::Xor(hn::BitCast(du, v), hn::Set(du, std::uint16_t{signedBias})), du, row + x);
     }

@@ -24,8 +24,8 @@ ResizeMethod methodOf(std::uint32_t code) {
 
 std::vector<ResizeMethod> allMethods() {
     std::vector<ResizeMethod> methods{lanczosFilter, hannFilter};
-    for (std::uint32_t code : {1, 2, 4, 5, 6, 7, 8, 16}) methods.push_back(methodOf(code));
-    for (std::uint32_t code : {2, 4, 5, 7}) methods.push_back(methodOf(code | resizeAntialiasing));
+    for (std::uint32_t code : {1u, 2u, 4u, 5u, 6u, 7u, 8u, 16u}) methods.push_back(methodOf(code));
+    for (std::uint32_t code : {2u, 4u, 5u, 7u}) methods.push_back(methodOf(code | resizeAntialiasing));
     return methods;
 }
 

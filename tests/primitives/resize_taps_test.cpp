@@ -69,8 +69,8 @@ TEST(ResizeTaps, TablesHoldTheListsWithTheBorderFoldedIn) {
 }
 
 TEST(ResizeTaps, OnlyInterpolatingKernelsAreTheIdentityAtEqualSizes) {
-    for (std::uint32_t code : {1, 2, 4, 6, 8, 16}) EXPECT_TRUE(TapTable(methodOf(code), 9, 9).identity()) << code;
-    for (std::uint32_t code : {5, 7}) EXPECT_FALSE(TapTable(methodOf(code), 1, 1).identity()) << code;
+    for (std::uint32_t code : {1u, 2u, 4u, 6u, 8u, 16u}) EXPECT_TRUE(TapTable(methodOf(code), 9, 9).identity()) << code;
+    for (std::uint32_t code : {5u, 7u}) EXPECT_FALSE(TapTable(methodOf(code), 1, 1).identity()) << code;
     EXPECT_TRUE(TapTable(hannFilter, 9, 9).identity());
     EXPECT_FALSE(TapTable(methodOf(1), 1, 2).identity());
 }
