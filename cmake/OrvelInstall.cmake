@@ -16,5 +16,7 @@ if(ORVEL_BUILD_STATIC)
 else()
     set(ORVEL_PC_REQUIRES "tbb")
 endif()
+# Relative to the file itself, so that an installed tree may be moved.
+file(RELATIVE_PATH ORVEL_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/orvelvis.pc.in ${PROJECT_BINARY_DIR}/orvelvis.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orvelvis.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,5 +1,7 @@
 #pragma once
 // Everything public of the library.
+#include "orvel/convert/convert_img.h"
+#include "orvel/deinterlace/deinterlace_params.h"
 #include "orvel/img/all_formats.h"
 #include "orvel/img/format_info.h"
 #include "orvel/img/img.h"
@@ -7,5 +9,11 @@
 #include "orvel/img/img_pool.h"
 #include "orvel/img/img_pool2.h"
 #include "orvel/img/types.h"
+#include "orvel/mctf/mctf_fast_params.h"
+#include "orvel/pipeline/process_video.h"
+#include "orvel/resize/resize_img.h"
+#include "orvel/resize/resize_img_tbb.h"
+#include "orvel/storage/vid_raw420.h"
 #include "orvel/sys/aligned_mem.h"
 #include "orvel/sys/external_mem.h"
+#include "orvel/sys/wide_to_mb.h"

@@ -1,6 +1,7 @@
 #include "orvel/img/img_kernels.h"
 
 #include <algorithm>
+#include <cstring>
 #include <stdexcept>
 
 #include "orvel/img/plane_access.h"
@@ -110,7 +111,8 @@ template <class T>
 void Img::CSet<T>::operator()(const Rows& rows) const {
     const auto plane = planeView<T>(*img_, plane_);
     const int width = std::min(width_, plane.width), last = std::min(rows.end(), plane.height);
-    for (int y = rows.begin(); y < last; ++y) std::fill_n(plane.row(y), std::max(0, width), value_);
+    for (int y = rows.begin(); y < last; ++y)
+        for (int x = 0; x < width; ++x) std::memcpy(plane.row(y) + x, &value_, sizeof value_);  // at any address
 }
 
 template class Img::CSet<unsigned char>;

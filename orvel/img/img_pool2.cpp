@@ -53,7 +53,7 @@ private:
 template <class T>
 std::unique_ptr<T> ImgPool2<T>::makePooled(const std::shared_ptr<typename ImgPool<T>::State>& state) {
     auto picture = std::make_unique<T>();
-    auto back = std::make_shared<typename ImgPoolMem::Return>(state, picture.get());
+    std::shared_ptr<typename ImgPoolMem::Return> back(new typename ImgPoolMem::Return{state, picture.get()});
     picture->setMemoryInterface(0, new ImgPoolMem(std::move(back), true));
     return picture;
 }

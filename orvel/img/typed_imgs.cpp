@@ -147,7 +147,7 @@ bool V216Img::set(unsigned short y, unsigned short u, unsigned short v) {
     const unsigned short pair[4] = {u, y, v, y};
     const auto words = planeView<unsigned short>(*this, 0);
     for (int row = 0; row < words.height; ++row)
-        for (int x = 0; x < words.width; ++x) words.row(row)[x] = pair[x % 4];
+        for (int x = 0; x < words.width; ++x) std::memcpy(words.row(row) + x, &pair[x % 4], 2);  // at any address
     return true;
 }
 

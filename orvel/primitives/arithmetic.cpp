@@ -1,7 +1,8 @@
 #include "orvel/primitives/arithmetic.h"
 
 #include <algorithm>
-#include <array>
+
+#include "orvel/primitives/checks.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "orvel/primitives/arithmetic.cpp"
@@ -41,61 +42,79 @@ void absDiffRows(ConstViewU8 a, ConstViewU8 b, ViewU8 dst) {
     });
 }
 
+/// finish(d, product) makes of each 16-bit product what is stored, clamped to 255.
+template <class Finish>
+HWY_INLINE void forEachProduct(ConstViewU8 src, std::uint8_t factor, ViewU8 dst, const Finish& finish) {
+    for (int y = 0; y < dst.height; ++y) {
+        const std::uint8_t* in = src.row(y);
+        std::uint8_t* out = dst.row(y);
+        forEachRun<std::uint16_t>(dst.width, [&](auto d, int x) HWY_ATTR {
+            const hn::Rebind<std::uint8_t, decltype(d)> d8;
+            const auto product = hn::Mul(hn::PromoteTo(d, hn::LoadU(d8, in + x)), hn::Set(d, factor));
+            const auto clamped = hn::Min(finish(d, product), hn::Set(d, 255));
+            hn::StoreU(hn::DemoteTo(d8, hn::BitCast(hn::RebindToSigned<decltype(d)>(), clamped)), d8, out + x);
+        });
+    }
+}
+
+/// min(255, src * factor * 2^bits), bits in 0..8.
+void multiplyUpRows(ConstViewU8 src, std::uint8_t factor, int bits, ViewU8 dst) {
+    forEachProduct(src, factor, dst, [bits](auto d, auto product) HWY_ATTR {
+        return hn::ShiftLeftSame(hn::Min(product, hn::Set(d, 255)), bits);  // clamped first, or 16 bits were too few
+    });
+}
+
+/// min(255, src * factor / 2^bits), bits in 1..16, halves to the even neighbour.
+void multiplyDownRows(ConstViewU8 src, std::uint8_t factor, int bits, ViewU8 dst) {
+    const auto rest = static_cast<std::uint16_t>((1u << bits) - 1), half = static_cast<std::uint16_t>(1u << (bits - 1));
+    forEachProduct(src, factor, dst, [=](auto d, auto product) HWY_ATTR {
+        const auto whole = hn::ShiftRight<1>(hn::ShiftRightSame(product, bits - 1));
+        // An odd quotient raises the rest by one, so that it already passes the half when it is the half.
+        const auto raised = hn::Add(hn::And(product, hn::Set(d, rest)), hn::And(whole, hn::Set(d, 1)));
+        return hn::Sub(whole, hn::VecFromMask(d, hn::Gt(raised, hn::Set(d, half))));
+    });
+}
+
 }  // namespace Orvel::primitives::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace Orvel::primitives {
-namespace {
-
-template <class... Views>
-Status check(ViewU8 dst, const Views&... sources) {
-    if (dst.base == nullptr || (... || (sources.base == nullptr))) return Status::nullPointer;
-    if (!dst.valid() || !(... && sameSize(dst, sources))) return Status::badSize;
-    return Status::ok;
-}
-
-/// value / 2^scale, halves to the even neighbour.
-int scaleToNearestEven(int value, int scale) {
-    if (scale <= 0)
-        return scale < -8 ? (value != 0 ? 255 : 0) : value << -scale;  // 2^9 already saturates every product
-    if (scale > 16) return 0;                                          // 255 * 255 is less than half of 2^17
-    const int whole = value >> scale, rest = value & ((1 << scale) - 1), half = 1 << (scale - 1);
-    return rest > half || (rest == half && (whole & 1)) ? whole + 1 : whole;
-}
-
-}  // namespace
 
 HWY_EXPORT(addConstantRows);
 HWY_EXPORT(subtractConstantRows);
 HWY_EXPORT(absDiffRows);
+HWY_EXPORT(multiplyUpRows);
+HWY_EXPORT(multiplyDownRows);
 
 Status addConstant(ConstViewU8 src, std::uint8_t value, ViewU8 dst) noexcept {
-    if (const Status fault = check(dst, src); fault != Status::ok) return fault;
+    if (const Status fault = checkSameSize(dst, src); fault != Status::ok) return fault;
     HWY_DYNAMIC_DISPATCH(addConstantRows)(src, value, dst);
     return Status::ok;
 }
 
 Status subtractConstant(ConstViewU8 src, std::uint8_t value, ViewU8 dst) noexcept {
-    if (const Status fault = check(dst, src); fault != Status::ok) return fault;
+    if (const Status fault = checkSameSize(dst, src); fault != Status::ok) return fault;
     HWY_DYNAMIC_DISPATCH(subtractConstantRows)(src, value, dst);
     return Status::ok;
 }
 
 Status absDiff(ConstViewU8 a, ConstViewU8 b, ViewU8 dst) noexcept {
-    if (const Status fault = check(dst, a, b); fault != Status::ok) return fault;
+    if (const Status fault = checkSameSize(dst, a, b); fault != Status::ok) return fault;
     HWY_DYNAMIC_DISPATCH(absDiffRows)(a, b, dst);
     return Status::ok;
 }
 
 Status multiplyConstant(ConstViewU8 src, std::uint8_t factor, int scale, ViewU8 dst) noexcept {
-    if (const Status fault = check(dst, src); fault != Status::ok) return fault;
-    // 256 possible samples: a table is exact for every scale and no slower than the memory behind it is worth here.
-    std::array<std::uint8_t, 256> table;
-    for (int v = 0; v < 256; ++v)
-        table[std::size_t(v)] = static_cast<std::uint8_t>(std::min(255, scaleToNearestEven(v * factor, scale)));
-    for (int y = 0; y < dst.height; ++y)
-        std::transform(src.row(y), src.row(y) + src.width, dst.row(y), [&](std::uint8_t v) { return table[v]; });
+    if (const Status fault = checkSameSize(dst, src); fault != Status::ok) return fault;
+    if (scale > 16) {  // 255 * 255 is less than half of 2^17
+        factor = 0;
+        scale = 0;
+    }
+    if (scale > 0)
+        HWY_DYNAMIC_DISPATCH(multiplyDownRows)(src, factor, scale, dst);
+    else
+        HWY_DYNAMIC_DISPATCH(multiplyUpRows)(src, factor, -std::max(scale, -8), dst);  // 2^8 saturates all but 0
     return Status::ok;
 }
 

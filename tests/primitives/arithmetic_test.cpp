@@ -48,7 +48,7 @@ TEST_P(ArithmeticTest, AbsoluteDifferenceIsExact) {
     compare([](auto a, auto b, auto d) { return absDiff(a, b, d); }, [](int a, int b) { return std::abs(a - b); });
 }
 
-TEST(MultiplyConstant, RoundsHalvesToTheEvenNeighbour) {
+TEST_P(ArithmeticTest, ProductsRoundHalvesToTheEvenNeighbour) {
     struct Case {
         int sample, factor, scale, result;
     };
@@ -69,10 +69,10 @@ TEST(MultiplyConstant, RoundsHalvesToTheEvenNeighbour) {
                   Status::ok);
         EXPECT_EQ(result, c.result) << c.sample << " x " << c.factor << " >> " << c.scale;
     }
-    for (int factor : {1, 2, 3, 127, 255})
-        for (int scale : {1, 3, 7})
+    for (int factor : {0, 1, 2, 3, 127, 128, 254, 255})
+        for (int scale = -9; scale <= 17; ++scale)
             compare([=](auto a, auto, auto d) { return multiplyConstant(a, std::uint8_t(factor), scale, d); },
-                    [=](int a, int) { return std::min(255, int(std::nearbyint(a * factor / double(1 << scale)))); });
+                    [=](int a, int) { return std::min(255, int(std::nearbyint(std::ldexp(a * factor, -scale)))); });
 }
 
 TEST(Arithmetic, RefusesMissingPlanesAndUnequalSizes) {

@@ -4,7 +4,7 @@
 #include <tbb/global_control.h>
 
 #include "orvel/img/uyvy_img.h"
-#include "tests/resize/count_allocations.h"
+#include "tests/support/test_heap.h"
 #include "tests/resize/resize_support.h"
 
 namespace Orvel {
@@ -93,6 +93,7 @@ TEST(ResizeImg, TakesNoMemoryForTheFirstFrameOfKnownPictures) {
     Pictures pictures(96, 64, 64, 48);
     ResizeImg resizer;
     ASSERT_TRUE(resizer.allocate(pictures.dst, pictures.src, ResizeInterpLanczosFilter, ResizeSmoothNone));
+    ASSERT_TRUE(pictures.dst.set(0));  // the first parallel loop of a program takes memory of its own
     const int before = allocations();
     ASSERT_TRUE(resizer.resize(pictures.dst, pictures.src));
     EXPECT_EQ(allocations(), before);

@@ -65,12 +65,10 @@ public:
         if (width_ != other.width_ || height_ != other.height_) return "sizes differ";
         for (int y = 0; y < height_; ++y)
             for (int x = 0; x < width_; ++x)
-                if (at(x, y) != other.at(x, y)) {
-                    std::ostringstream text;
-                    text << '(' << x << ", " << y << "): " << +at(x, y) << " against " << +other.at(x, y) << " in "
-                         << width_ << " x " << height_;
-                    return text.str();
-                }
+                if (at(x, y) != other.at(x, y))
+                    return std::to_string(at(x, y)) + " against " + std::to_string(other.at(x, y)) + " at " +
+                           std::to_string(x) + ", " + std::to_string(y) + " in " + std::to_string(width_) + " x " +
+                           std::to_string(height_);
         return {};
     }
 

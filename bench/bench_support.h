@@ -1,0 +1,85 @@
+#pragma once
+#include <benchmark/benchmark.h>
+#include <tbb/blocked_range.h>
+#include <tbb/global_control.h>
+#include <tbb/parallel_for.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "orvel/img/img.h"
+
+namespace Orvel::bench {
+
+struct Size {
+    int width, height;
+    const char* name;
+};
+inline constexpr Size hd{1920, 1080, "1080p"}, uhd{3840, 2160, "2160p"};
+
+/// 1, and the number of cores when there are more.
+inline std::vector<int> threadCounts() {
+    const int cores = static_cast<int>(std::thread::hardware_concurrency());
+    return cores > 1 ? std::vector<int>{1, cores} : std::vector<int>{1};
+}
+
+/// Registers "operation/size/threads/who": one call of body per iteration with at most that many threads. bytes: read
+/// plus written by one call.
+template <class Body>
+void measure(const std::string& operation, const std::string& size, const std::string& who, int threads,
+             std::int64_t bytes, Body body) {
+    const std::string name = operation + "/" + size + "/" + std::to_string(threads) + "T/" + who;
+    benchmark::RegisterBenchmark(name.c_str(),
+                                 [=](benchmark::State& state) {
+                                     const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
+                                                                     static_cast<std::size_t>(threads));
+                                     for (auto _ : state)
+                                         if (!body()) {
+                                             state.SkipWithError("the call failed");
+                                             break;
+                                         }
+                                     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * bytes);
+                                 })
+        ->UseRealTime()
+        ->MinTime(0.2)
+        ->Unit(benchmark::kMicrosecond);
+}
+
+/// Cuts rows into as many bands of whole units as there are threads and runs body(first, last) on each; peers without
+/// threads of their own are run like this.
+template <class Body>
+void inBands(int threads, int rows, int unit, const Body& body) {
+    const int units = rows / unit;
+    tbb::parallel_for(0, threads, [&](int i) { body(units * i / threads * unit, units * (i + 1) / threads * unit); });
+}
+
+/// Bytes of a picture's pixels.
+inline std::int64_t bytesOf(const Img& img) {
+    std::int64_t bytes = 0;
+    for (int p = 0; p < img.numPlanes(); ++p) bytes += std::int64_t{img.getWidth(p)} * img.getBpp(p) * img.getHeight(p);
+    return bytes;
+}
+
+/// "limit": a plain copy that reads and writes as many bytes together as the operation does.
+inline void measureCopy(const std::string& operation, const std::string& size, int threads, std::int64_t bytes) {
+    struct Buffers {
+        std::vector<std::uint8_t> from, to;
+    };
+    const auto half = static_cast<std::size_t>(bytes / 2);
+    const auto buffers =
+        std::make_shared<Buffers>(Buffers{std::vector<std::uint8_t>(half, 1), std::vector<std::uint8_t>(half)});
+    measure(operation, size, "copy", threads, bytes, [=] {
+        tbb::parallel_for(0, threads, [&](int i) {
+            const std::size_t n = static_cast<std::size_t>(threads), k = static_cast<std::size_t>(i);
+            const std::size_t first = half * k / n, last = half * (k + 1) / n;
+            std::memcpy(buffers->to.data() + first, buffers->from.data() + first, last - first);
+        });
+        benchmark::DoNotOptimize(buffers->to.data());
+        return true;
+    });
+}
+
+}  // namespace Orvel::bench

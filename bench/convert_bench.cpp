@@ -1,0 +1,216 @@
+// Format conversions beside libyuv, swscale and a plain copy of the same bytes.
+#include <memory>
+
+#include "bench/bench_support.h"
+#include "orvel/convert/convert_img.h"
+
+#ifdef ORVEL_WITH_LIBYUV
+#include <libyuv.h>
+#endif
+#ifdef ORVEL_WITH_SWSCALE
+extern "C" {
+#include <libavutil/frame.h>
+#include <libavutil/opt.h>
+#include <libswscale/swscale.h>
+}
+#endif
+
+namespace Orvel::bench {
+namespace {
+
+template <class T>
+std::shared_ptr<T> picture(Size size) {
+    auto img = std::make_shared<T>();
+    if (!img->allocate(size.width, size.height, T::getClassBpp())) std::abort();
+    for (int p = 0; p < img->numPlanes(); ++p)
+        for (int y = 0; y < img->getHeight(p); ++y)
+            for (int i = 0; i < img->getWidth(p) * img->getBpp(p); ++i)
+                img->getPixels(p)[std::ptrdiff_t{y} * img->getStep(p) + i] = static_cast<std::uint8_t>(i * 7 + y * 13);
+    return img;
+}
+
+/// First byte of a plane's row, and bytes between rows: what every C interface asks for.
+std::uint8_t* at(const Img& img, int plane, int row) {
+    return img.getPixels(plane) + std::ptrdiff_t{row} * img.getStep(plane);
+}
+
+/// Registers our conversion, the copy, and the peers given as (name, unit of rows, body(dst, src, first, last)).
+template <class Dst, class Src, class Ours>
+struct Measured {
+    const char* operation;
+    Ours ours;
+
+    template <class... Peers>
+    void beside(const Peers&... peers) const {
+        for (Size size : {hd, uhd})
+            for (int threads : threadCounts()) {
+                const auto src = picture<Src>(size);
+                const auto dst = picture<Dst>(size);
+                const std::int64_t bytes = bytesOf(*src) + bytesOf(*dst);
+                measure(operation, size.name, "orvel", threads, bytes, [=, f = ours] { return f(*dst, *src); });
+                (peers(operation, size, threads, bytes, dst, src), ...);
+                measureCopy(operation, size.name, threads, bytes);
+            }
+    }
+};
+
+template <class Dst, class Src, class Ours>
+Measured<Dst, Src, Ours> ours(const char* operation, Ours f) {
+    return {operation, f};
+}
+
+/// A peer without threads: body(dst, src, first row, last row) on bands.
+template <class Body>
+auto banded(const char* who, int unit, Body body) {
+    return [=](const char* operation, Size size, int threads, std::int64_t bytes, auto dst, auto src) {
+        measure(operation, size.name, who, threads, bytes, [=] {
+            inBands(threads, size.height, unit, [&](int first, int last) { body(*dst, *src, first, last); });
+            return true;
+        });
+    };
+}
+
+#ifdef ORVEL_WITH_SWSCALE
+/// swscale with its own slice threads; chroma planes in file order (Cb, Cr).
+auto swscale(AVPixelFormat srcFormat, AVPixelFormat dstFormat) {
+    return [=](const char* operation, Size size, int threads, std::int64_t bytes, auto dst, auto src) {
+        const auto frame = [size](AVPixelFormat format, const Img& img) {
+            AVFrame* f = av_frame_alloc();
+            f->format = format;
+            f->width = size.width;
+            f->height = size.height;
+            const bool crFirst = img.getFormat() == YV16Img::getClassFormat();
+            for (int p = 0; p < img.numPlanes(); ++p) {
+                const int q = crFirst && p > 0 ? 3 - p : p;
+                f->data[p] = img.getPixels(q);
+                f->linesize[p] = img.getStep(q);
+            }
+            return std::shared_ptr<AVFrame>(f, [](AVFrame* old) { av_frame_free(&old); });
+        };
+        std::shared_ptr<SwsContext> context(sws_alloc_context(), sws_freeContext);
+        const auto option = [&](const char* name, int value) { av_opt_set_int(context.get(), name, value, 0); };
+        option("srcw", size.width), option("srch", size.height), option("src_format", srcFormat);
+        option("dstw", size.width), option("dsth", size.height), option("dst_format", dstFormat);
+        option("sws_flags", SWS_POINT), option("threads", threads);
+        if (sws_init_context(context.get(), nullptr, nullptr) < 0) return;
+        const auto from = frame(srcFormat, *src), to = frame(dstFormat, *dst);
+        measure(operation, size.name, "swscale", threads, bytes, [=, keep = std::pair(dst, src)] {
+            // Without buffers of its own a frame goes through the slice interface.
+            return sws_scale(context.get(), from->data, from->linesize, 0, from->height, to->data, to->linesize) > 0;
+        });
+    };
+}
+#endif
+
+void registerAll() {
+    using C = ConvertImg;
+    const auto uyvyToI420 =
+        ours<I420Img, UYVYImg>("UYVYToI420", [](auto& d, auto& s) { return C::UYVYToI420(d, s, false); });
+    const auto uyvyToI420Fields =
+        ours<I420Img, UYVYImg>("UYVYToI420 interlaced", [](auto& d, auto& s) { return C::UYVYToI420(d, s, true); });
+    const auto yuyvToI420 = ours<I420Img, YUYVImg>("YUYVToI420", [](auto& d, auto& s) { return C::YUYVToI420(d, s); });
+    const auto uyvyToYv16 = ours<YV16Img, UYVYImg>("UYVYToYV16", [](auto& d, auto& s) { return C::UYVYToYV16(d, s); });
+    const auto yuyvToYv16 = ours<YV16Img, YUYVImg>("YUYVToYV16", [](auto& d, auto& s) { return C::YUYVToYV16(d, s); });
+    const auto i420ToUyvy =
+        ours<UYVYImg, I420Img>("I420ToUYVY", [](auto& d, auto& s) { return C::I420ToUYVY(d, s, false); });
+    const auto i420ToUyvyFields =
+        ours<UYVYImg, I420Img>("I420ToUYVY interlaced", [](auto& d, auto& s) { return C::I420ToUYVY(d, s, true); });
+    const auto i420ToYuyv = ours<YUYVImg, I420Img>("I420ToYUYV", [](auto& d, auto& s) { return C::I420ToYUYV(d, s); });
+    const auto i420ToYv16 =
+        ours<YV16Img, I420Img>("I420ToYV16", [](auto& d, auto& s) { return C::I420ToYV16(d, s, false); });
+    const auto i420ToYv16Fields =
+        ours<YV16Img, I420Img>("I420ToYV16 interlaced", [](auto& d, auto& s) { return C::I420ToYV16(d, s, true); });
+    const auto yv16ToUyvy = ours<UYVYImg, YV16Img>("YV16ToUYVY", [](auto& d, auto& s) { return C::YV16ToUYVY(d, s); });
+    const auto yv16ToYuyv = ours<YUYVImg, YV16Img>("YV16ToYUYV", [](auto& d, auto& s) { return C::YV16ToYUYV(d, s); });
+    const auto uyvyToYuyv = ours<YUYVImg, UYVYImg>("UYVYToYUYV", [](auto& d, auto& s) { return C::UYVYToYUYV(d, s); });
+    const auto yuyvToUyvy = ours<UYVYImg, YUYVImg>("YUYVToUYVY", [](auto& d, auto& s) { return C::YUYVToUYVY(d, s); });
+    const auto uyvyToBgr =
+        ours<BGRImg, UYVYImg>("UYVYToBGR", [](auto& d, auto& s) { return C::UYVYToBGR(d, s, false); });
+    const auto i420ToBgr =
+        ours<BGRImg, I420Img>("I420ToBGR", [](auto& d, auto& s) { return C::I420ToBGR(d, s, false); });
+    const auto bgrToUyvy =
+        ours<UYVYImg, BGRImg>("BGRToUYVY", [](auto& d, auto& s) { return C::BGRToUYVY(d, s, false); });
+    const auto uyvyToV216 = ours<V216Img, UYVYImg>("UYVYToV216", [](auto& d, auto& s) { return C::UYVYToV216(d, s); });
+    const auto v216ToUyvy = ours<UYVYImg, V216Img>("V216ToUYVY", [](auto& d, auto& s) { return C::V216ToUYVY(d, s); });
+    const auto v216ToHy16 = ours<HY16Img, V216Img>("V216ToHY16", [](auto& d, auto& s) { return C::V216ToHY16(d, s); });
+    const auto hy16ToV216 = ours<V216Img, HY16Img>("HY16ToV216", [](auto& d, auto& s) { return C::HY16ToV216(d, s); });
+
+    // Calls of a C interface over rows [first, last): packed picture, then the planes, chroma rows divided by `half`.
+    const auto unpack = [](auto call, int half, int cb = 1) {
+        return [=](Img& d, Img& s, int first, int last) {
+            const int cr = 3 - cb;
+            call(at(s, 0, first), s.getStep(0), at(d, 0, first), d.getStep(0), at(d, cb, first / half), d.getStep(cb),
+                 at(d, cr, first / half), d.getStep(cr), s.getWidth(0), last - first);
+        };
+    };
+    const auto pack = [](auto call, int half, int cb = 1) {
+        return [=](Img& d, Img& s, int first, int last) {
+            const int cr = 3 - cb;
+            call(at(s, 0, first), s.getStep(0), at(s, cb, first / half), s.getStep(cb), at(s, cr, first / half),
+                 s.getStep(cr), at(d, 0, first), d.getStep(0), s.getWidth(0), last - first);
+        };
+    };
+#ifdef ORVEL_WITH_LIBYUV
+    const auto fields = [](auto call) {
+        return [=](Img& d, Img& s, int first, int last) {
+            for (int f : {0, 1})
+                call(at(s, 0, first + f), 2 * s.getStep(0), at(d, 0, first + f), 2 * d.getStep(0),
+                     at(d, 1, first / 2 + f), 2 * d.getStep(1), at(d, 2, first / 2 + f), 2 * d.getStep(2),
+                     s.getWidth(0), (last - first) / 2);
+        };
+    };
+    const auto packFields = [](auto call) {
+        return [=](Img& d, Img& s, int first, int last) {
+            for (int f : {0, 1})
+                call(at(s, 0, first + f), 2 * s.getStep(0), at(s, 1, first / 2 + f), 2 * s.getStep(1),
+                     at(s, 2, first / 2 + f), 2 * s.getStep(2), at(d, 0, first + f), 2 * d.getStep(0), s.getWidth(0),
+                     (last - first) / 2);
+        };
+    };
+    const auto packedOnly = [](auto call) {
+        return [=](Img& d, Img& s, int first, int last) {
+            call(at(s, 0, first), s.getStep(0), at(d, 0, first), d.getStep(0), s.getWidth(0), last - first);
+        };
+    };
+    const auto swap = [](Img& d, Img& s, int first, int last) {
+        static const std::uint8_t order[16] = {1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
+        libyuv::ARGBShuffle(at(s, 0, first), s.getStep(0), at(d, 0, first), d.getStep(0), order, s.getWidth(0) / 2,
+                            last - first);
+    };
+    const auto i420ToI422 = [](Img& d, Img& s, int first, int last) {
+        libyuv::I420ToI422(at(s, 0, first), s.getStep(0), at(s, 1, first / 2), s.getStep(1), at(s, 2, first / 2),
+                           s.getStep(2), at(d, 0, first), d.getStep(0), at(d, 2, first), d.getStep(2), at(d, 1, first),
+                           d.getStep(1), s.getWidth(0), last - first);
+    };
+    uyvyToI420.beside(banded("libyuv", 2, unpack(libyuv::UYVYToI420, 2)));
+    uyvyToI420Fields.beside(banded("libyuv", 4, fields(libyuv::UYVYToI420)));
+    yuyvToI420.beside(banded("libyuv", 2, unpack(libyuv::YUY2ToI420, 2)));
+    uyvyToYv16.beside(banded("libyuv", 1, unpack(libyuv::UYVYToI422, 1, 2)),
+                      swscale(AV_PIX_FMT_UYVY422, AV_PIX_FMT_YUV422P));
+    yuyvToYv16.beside(banded("libyuv", 1, unpack(libyuv::YUY2ToI422, 1, 2)),
+                      swscale(AV_PIX_FMT_YUYV422, AV_PIX_FMT_YUV422P));
+    i420ToUyvy.beside(banded("libyuv", 2, pack(libyuv::I420ToUYVY, 2)));
+    i420ToUyvyFields.beside(banded("libyuv", 4, packFields(libyuv::I420ToUYVY)));
+    i420ToYuyv.beside(banded("libyuv", 2, pack(libyuv::I420ToYUY2, 2)));
+    i420ToYv16.beside(banded("libyuv", 2, i420ToI422));
+    i420ToYv16Fields.beside();
+    yv16ToUyvy.beside(banded("libyuv", 1, pack(libyuv::I422ToUYVY, 1, 2)),
+                      swscale(AV_PIX_FMT_YUV422P, AV_PIX_FMT_UYVY422));
+    yv16ToYuyv.beside(banded("libyuv", 1, pack(libyuv::I422ToYUY2, 1, 2)),
+                      swscale(AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUYV422));
+    uyvyToYuyv.beside(banded("libyuv", 1, swap), swscale(AV_PIX_FMT_UYVY422, AV_PIX_FMT_YUYV422));
+    yuyvToUyvy.beside(banded("libyuv", 1, swap), swscale(AV_PIX_FMT_YUYV422, AV_PIX_FMT_UYVY422));
+    uyvyToBgr.beside(banded("libyuv", 1, packedOnly(libyuv::UYVYToARGB)));
+    i420ToBgr.beside(banded("libyuv", 2, pack(libyuv::I420ToARGB, 2)));
+    bgrToUyvy.beside(banded("libyuv", 1, packedOnly(libyuv::ARGBToUYVY)));
+#endif
+    uyvyToV216.beside();
+    v216ToUyvy.beside();
+    v216ToHy16.beside();
+    hy16ToV216.beside();
+}
+
+const bool registered = (registerAll(), true);
+
+}  // namespace
+}  // namespace Orvel::bench

@@ -1,0 +1,342 @@
+#include "orvel/pipeline/process_video.h"
+
+#include <new>
+#include <type_traits>
+#include <utility>
+
+#include "orvel/convert/convert_img.h"
+#include "orvel/img/img_kernels.h"
+#include "orvel/img/parallel_rows.h"
+#include "orvel/img/plane_access.h"
+#include "orvel/primitives/resize_taps.h"
+
+namespace Orvel {
+namespace {
+
+/// Calls body with img as the picture type that its format code names, over a view when it is of another class.
+template <class Typed, class Body>
+bool asTyped(Img& img, const Body& body) {
+    if (auto* typed = dynamic_cast<Typed*>(&img)) return body(*typed);
+    Typed view;
+    return img.shadowCopy(view) && body(view);
+}
+
+// From the formats that each working format accepts beside its own.
+
+bool convertTo(I420Img& dst, Img& src, bool interlaced) {
+    if (src.getFormat() == UYVYImg::getClassFormat())
+        return asTyped<UYVYImg>(src, [&](UYVYImg& img) { return ConvertImg::UYVYToI420(dst, img, interlaced); });
+    if (src.getFormat() == YUYVImg::getClassFormat() && !interlaced)
+        return asTyped<YUYVImg>(src, [&](YUYVImg& img) { return ConvertImg::YUYVToI420(dst, img); });
+    return false;
+}
+
+bool convertTo(YV16Img& dst, Img& src, bool) {
+    if (src.getFormat() == UYVYImg::getClassFormat())
+        return asTyped<UYVYImg>(src, [&](UYVYImg& img) { return ConvertImg::UYVYToYV16(dst, img); });
+    if (src.getFormat() == YUYVImg::getClassFormat())
+        return asTyped<YUYVImg>(src, [&](YUYVImg& img) { return ConvertImg::YUYVToYV16(dst, img); });
+    return false;
+}
+
+bool convertTo(HY16Img& dst, Img& src, bool) {
+    return src.getFormat() == V216Img::getClassFormat() &&
+           asTyped<V216Img>(src, [&](V216Img& img) { return ConvertImg::V216ToHY16(dst, img); });
+}
+
+}  // namespace
+
+template <class T>
+ProcessVideo<T>::ProcessVideo() = default;
+
+template <class T>
+ProcessVideo<T>::~ProcessVideo() {
+    deallocate();
+}
+
+template <class T>
+bool ProcessVideo<T>::allocate(ProcessVideoParams<T>& p) {
+    ProcessVideoParams<T> completed;
+    if (!validateParams(completed, p)) return false;
+    deallocate();
+    DeinterlaceImgParams* const supplied = p.deinterlaceParams;
+    params_ = p = completed;
+    if (buildStages()) return true;
+    // Only what allocate() succeeded with belongs to the engine; a record made here goes with it.
+    if (supplied != nullptr) params_.deinterlaceParams = nullptr;
+    deallocate();
+    p.deinterlaceParams = supplied;
+    return false;
+}
+
+template <class T>
+bool ProcessVideo<T>::buildStages() {
+    const bool deinterlacing = !params_.srcProgressive && params_.dstProgressive;
+    const bool newRate =
+        params_.srcFrameRateNum != params_.dstFrameRateNum || params_.srcFrameRateDen != params_.dstFrameRateDen;
+    if (deinterlacing || params_.mctfEnable || newRate) return false;  // these stages do not exist yet
+
+    if (params_.cropWidth != params_.dstCropWidth || params_.cropHeight != params_.dstCropHeight) {
+        resizer_.reset(allocateResizer());
+        if (!resizer_) return false;
+    }
+    const tagSIZE crop{params_.cropWidth, params_.cropHeight}, canvas{params_.dstWidth, params_.dstHeight};
+    const tagSIZE source{params_.srcWidth, params_.srcHeight};
+    const int bpp = IMGPLANAR_BPP();
+    if (!cropPool_.allocate(crop, bpp, 0) || !deinterlacePool_.allocate(crop, bpp, 0) ||
+        !resizePool_.allocate(canvas, bpp, 0) || !mctfPool_.allocate(canvas, bpp, 0) ||
+        !frameRatePool_.allocate(canvas, bpp, 0) || !unprocessedPool_.allocate(source, bpp, 0))
+        return false;
+    if (params_.keepUserData) userDataList_ = std::make_unique<std::list<void*>>();
+    return true;
+}
+
+template <class T>
+void ProcessVideo<T>::deallocate() {
+    flush();
+    DeinterlaceImgParams::deleteDealloc(params_.deinterlaceParams);
+    resizer_.reset();
+    // mctfPool_ is left out by design: it keeps its pictures, and with them a second allocate() fails.
+    for (ImgPool<T>* pool : {&cropPool_, &deinterlacePool_, &resizePool_, &frameRatePool_, &unprocessedPool_})
+        pool->deallocate(false);
+    userDataList_.reset();
+}
+
+template <class T>
+T* ProcessVideo<T>::process(Img& src, bool& ok) {
+    ok = false;
+    if (src.numPlanes() == 0 || src.getWidth(0) != params_.srcWidth || src.getHeight(0) != params_.srcHeight)
+        return nullptr;
+    struct Current {
+        explicit Current(Img*& place, Img* img) : place_(place) { place_ = img; }
+        ~Current() { place_ = nullptr; }
+        Img*& place_;
+    } const current(curSrc_, &src);
+
+    T* result = cropConvert(src, ok);
+    if (result != nullptr) result = resize(result, ok);
+    if (result == nullptr) return nullptr;
+    if (result == &src && params_.copyUnprocessed) result = copySrcToUnprocessed(src);
+    ok = result != nullptr;
+    return result;
+}
+
+template <class T>
+T* ProcessVideo<T>::isOutputAvailable(bool& ok) {
+    ok = true;
+    return nullptr;
+}
+
+template <class T>
+void ProcessVideo<T>::flush() {}
+
+template <class T>
+bool ProcessVideo<T>::returnImg(T*& img) {
+    for (ImgPool<T>* pool :
+         {&unprocessedPool_, &frameRatePool_, &mctfPool_, &resizePool_, &deinterlacePool_, &cropPool_})
+        if (pool->put(img)) return true;
+    return false;
+}
+
+template <class T>
+void* ProcessVideo<T>::extractUserData() {
+    if (!userDataList_ || userDataList_->empty()) return nullptr;
+    void* const item = userDataList_->front();
+    userDataList_->pop_front();
+    return item;
+}
+
+template <class T>
+void ProcessVideo<T>::lastBlendAlpha(int& alpha, int& scale) const {
+    alpha = 0;
+    scale = 255;
+}
+
+template <class T>
+bool ProcessVideo<T>::hasCropping() const {
+    return params_.cropX != 0 || params_.cropY != 0 || params_.cropWidth != params_.srcWidth ||
+           params_.cropHeight != params_.srcHeight;
+}
+
+template <class T>
+bool ProcessVideo<T>::hasDstCropping() const {
+    return params_.dstCropX != 0 || params_.dstCropY != 0 || params_.dstCropWidth != params_.dstWidth ||
+           params_.dstCropHeight != params_.dstHeight;
+}
+
+template <class T>
+T* ProcessVideo<T>::cropConvert(Img& src, bool& ok) {
+    // A picture of T's format that is of another class can't be handed on as a T, so it takes the copying way.
+    auto* const unchanged = dynamic_cast<T*>(&src);
+    if (unchanged != nullptr && isIMGPLANAR(src) && !hasCropping()) {
+        ok = true;
+        return unchanged;
+    }
+    ok = false;
+    T* out = fetch(cropPool_);
+    if (out == nullptr) return nullptr;
+    Img roi;
+    src.getShadowRoi(roi, {params_.cropX, params_.cropY}, {params_.cropWidth, params_.cropHeight});
+    if (isIMGPLANAR(src)) {
+        copyPlanes(roi, out);
+    } else if (!ConvertToIMGPLANAR(out, &roi, !params_.srcProgressive)) {
+        returnImg(out);
+        return nullptr;
+    }
+    if (params_.keepUserData) Img::moveUserData(*out, src);
+    ok = true;
+    return out;
+}
+
+template <class T>
+T* ProcessVideo<T>::resize(T* in, bool& ok) {
+    ok = true;
+    if (!resizer_) return in;
+    const bool freshlyMade = resizePool_.available() == 0;
+    T* out = fetch(resizePool_);
+    ok = out != nullptr && (!freshlyMade || !hasDstCropping() || paintBackground(*out));
+    if (ok) {
+        Img view;
+        out->getShadowRoi(view, {params_.dstCropX, params_.dstCropY}, {params_.dstCropWidth, params_.dstCropHeight});
+        ok = scaleInto(view, *in);
+    } else if (out != nullptr) {
+        out->deallocate(-1);  // not to come back from the pool unpainted
+    }
+    if (!ok) returnImg(out);
+    if (out != nullptr && params_.keepUserData) Img::moveUserData(*out, *in);
+    returnImg(in);
+    return out;
+}
+
+/// Fills a new canvas; a recycled one still has its border, because nobody writes there.
+template <class T>
+bool ProcessVideo<T>::paintBackground(T& canvas) const {
+    const int colour[] = {params_.backgroundY, params_.backgroundU, params_.backgroundV};
+    const int shift = canvas.getFormat() == HY16Img::getClassFormat() ? 8 : 0;
+    for (int p = 0; p < canvas.numPlanes(); ++p)
+        if (hasPixels(canvas, p) && !canvas.setPlane(p, colour[p] << shift)) return false;
+    return true;
+}
+
+/// Scales in into the view, fields apart when both sides are interlaced.
+template <class T>
+bool ProcessVideo<T>::scaleInto(Img& view, Img& in) {
+    if (params_.srcProgressive || params_.dstProgressive) return resizer_->resize(view, in);
+    Img viewField, inField;
+    view.getTopFieldShadow(viewField);
+    in.getTopFieldShadow(inField);
+    const bool top = resizer_->resize(viewField, inField);
+    view.getBottomFieldShadow(viewField);
+    in.getBottomFieldShadow(inField);
+    return resizer_->resize(viewField, inField) && top;
+}
+
+template <class T>
+T* ProcessVideo<T>::copySrcToUnprocessed(Img& src) {
+    T* copy = fetch(unprocessedPool_);
+    if (copy == nullptr) return nullptr;
+    copyPlanes(src, copy);
+    if (params_.keepUserData) Img::moveUserData(*copy, src);
+    return copy;
+}
+
+template <class T>
+T* ProcessVideo<T>::copySrcToUnprocessedBuffer(Img* img) {
+    if (img == nullptr || img != curSrc_ || !isIMGPLANAR(*img)) return nullptr;
+    try {
+        return copySrcToUnprocessed(*img);
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
+template <class T>
+ResizeImg* ProcessVideo<T>::allocateResizer() {
+    const tagSIZE crop{params_.cropWidth, params_.cropHeight}, rectangle{params_.dstCropWidth, params_.dstCropHeight};
+    // Validation measures the rectangle of a derived canvas against the source; here the canvas is known.
+    if (std::int64_t{params_.dstCropX} + rectangle.cx > params_.dstWidth ||
+        std::int64_t{params_.dstCropY} + rectangle.cy > params_.dstHeight)
+        return nullptr;
+    constexpr int filters = ResizeInterpLanczosFilter | ResizeInterpHannFilter;
+    if (ProcessVideoParams<T>::is16Bit && params_.resizeInterp >= 0 && (params_.resizeInterp & filters) != 0)
+        return nullptr;  // the filters are for 8-bit samples
+    try {
+        auto resizer = std::make_unique<ResizeImg>();
+        if (params_.resizeInterp != ResizeInterpSuperSampling)
+            return resizer->allocate(rectangle, crop, params_.resizeInterp, ResizeSmoothNone) ? resizer.release()
+                                                                                              : nullptr;
+        T source, target;
+        if (!source.allocate(crop.cx, crop.cy, IMGPLANAR_BPP()) ||
+            !target.allocate(rectangle.cx, rectangle.cy, IMGPLANAR_BPP()))
+            return nullptr;
+        const bool sized = params_.dstProgressive
+                               ? resizer->allocateSuperSampling(target, source, ResizeInterpSuperSampling, -1)
+                               : !params_.srcProgressive && sizeForFields(*resizer, target, source);
+        return sized ? resizer.release() : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+/// Sizes the resizer for the field pair, top or bottom, one of whose planes needs the most memory.
+template <class T>
+bool ProcessVideo<T>::sizeForFields(ResizeImg& resizer, T& dst, T& src) const {
+    Img dstField[2], srcField[2];
+    dst.getTopFieldShadow(dstField[0]);
+    dst.getBottomFieldShadow(dstField[1]);
+    src.getTopFieldShadow(srcField[0]);
+    src.getBottomFieldShadow(srcField[1]);
+    int chosen = 0;
+    std::int64_t most = 0;
+    for (int p = 0; p < src.numPlanes(); ++p)
+        for (int field = 0; field < 2; ++field) {
+            const Img &to = dstField[field], &from = srcField[field];
+            std::int64_t bytes = 0;
+            if (primitives::resizeWorkBytes(primitives::superSampling, from.getWidth(p), from.getHeight(p),
+                                            to.getWidth(p), to.getHeight(p), bytes) != primitives::Status::ok)
+                return false;
+            if (bytes > most) {
+                most = bytes;
+                chosen = field;
+            }
+        }
+    return resizer.allocateSuperSampling(dstField[chosen], srcField[chosen], ResizeInterpSuperSampling, -1);
+}
+
+template <class T>
+bool ProcessVideo<T>::isIMGPLANAR(const Img& img) {
+    return img.getFormat() == T::getClassFormat();
+}
+
+template <class T>
+bool ProcessVideo<T>::ConvertToIMGPLANAR(T* dst, Img* src, bool interlaced) {
+    return convertTo(*dst, *src, interlaced);
+}
+
+/// A picture from stock. It may have been handed out before and still carry what its holder left on it.
+template <class T>
+T* ProcessVideo<T>::fetch(ImgPool<T>& pool) {
+    T* img = pool.get();
+    if (img != nullptr)
+        while (void* stale = img->getUserData(nullptr)) img->delUserData(stale);
+    return img;
+}
+
+/// What the copy kernel throws reaches the caller; dst is then back in its pool.
+template <class T>
+void ProcessVideo<T>::copyPlanes(Img& src, T*& dst) {
+    using Copy = std::conditional_t<ProcessVideoParams<T>::is16Bit, Img::CCopyI16, Img::CCopyU8>;
+    try {
+        for (int p = 0; p < src.numPlanes(); ++p)
+            if (hasPixels(src, p)) forEachBand(0, src.getHeight(p), Copy(dst, &src, p));
+    } catch (...) {
+        returnImg(dst);
+        throw;
+    }
+}
+
+template class ProcessVideo<HY16Img>;
+template class ProcessVideo<I420Img>;
+template class ProcessVideo<YV16Img>;
+
+}  // namespace Orvel

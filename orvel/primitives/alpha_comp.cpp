@@ -1,0 +1,92 @@
+#include "orvel/primitives/alpha_comp.h"
+
+#include "orvel/primitives/checks.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "orvel/primitives/alpha_comp.cpp"
+#include <hwy/foreach_target.h>  // re-includes this file once per target
+#include <hwy/highway.h>
+#include "orvel/primitives/row_loop_inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace Orvel::primitives::HWY_NAMESPACE {
+
+/// dst = blend(d, over, under) on runs of samples.
+template <class T, class Blend>
+HWY_INLINE void forEachPair(PlaneView<const T> over, PlaneView<const T> under, PlaneView<T> dst, const Blend& blend) {
+    for (int y = 0; y < dst.height; ++y) {
+        const T *a = over.row(y), *b = under.row(y);
+        T* out = dst.row(y);
+        forEachRun<T>(dst.width, [&](auto d, int x) HWY_ATTR {
+            hn::StoreU(blend(d, hn::LoadU(d, a + x), hn::LoadU(d, b + x)), d, out + x);
+        });
+    }
+}
+
+/// a * weight + b * (255 - weight) + 128 in 16 bits.
+template <class D16, class V16 = hn::Vec<D16>>
+HWY_INLINE V16 weightedSum(D16 d, V16 a, V16 b, std::uint8_t weight) {
+    const V16 sum = hn::Add(hn::Mul(a, hn::Set(d, weight)), hn::Mul(b, hn::Set(d, std::uint16_t(255 - weight))));
+    return hn::Add(sum, hn::Set(d, 128));
+}
+
+void alphaComp8Rows(ConstViewU8 over, std::uint8_t weight, ConstViewU8 under, ViewU8 dst) {
+    // With t the weighted sum, (t + (t >> 8)) >> 8 is the rounded quotient by 255; it equals t * 257 >> 16.
+    forEachPair(over, under, dst, [weight](auto d, auto a, auto b) HWY_ATTR {
+        if constexpr (hn::MaxLanes(d) == 1) {
+            const hn::Rebind<std::uint16_t, decltype(d)> d16;
+            const auto t = weightedSum(d16, hn::PromoteTo(d16, a), hn::PromoteTo(d16, b), weight);
+            return hn::DemoteTo(
+                d, hn::BitCast(hn::Rebind<std::int16_t, decltype(d)>(), hn::MulHigh(t, hn::Set(d16, 257))));
+        } else {
+            // Even and odd samples apart: no sample changes its place.
+            const hn::RepartitionToWide<decltype(d)> d16;
+            const auto wideA = hn::BitCast(d16, a), wideB = hn::BitCast(d16, b), low = hn::Set(d16, 255);
+            const auto even = weightedSum(d16, hn::And(wideA, low), hn::And(wideB, low), weight);
+            const auto odd = weightedSum(d16, hn::ShiftRight<8>(wideA), hn::ShiftRight<8>(wideB), weight);
+            return hn::OddEven(hn::BitCast(d, hn::Add(odd, hn::ShiftRight<8>(odd))),
+                               hn::BitCast(d, hn::MulHigh(even, hn::Set(d16, 257))));
+        }
+    });
+}
+
+void alphaComp16Rows(ConstViewU16 over, std::uint16_t weight, ConstViewU16 under, ViewU16 dst) {
+    // The smaller sample plus its weighted distance to the larger one: everything but the product fits 16 bits, and of
+    // the product p the rounded quotient by 65535 is (t + (t >> 16)) >> 16 with t = p + 32768.
+    forEachPair(over, under, dst, [weight](auto d, auto a, auto b) HWY_ATTR {
+        const hn::RebindToSigned<decltype(d)> ds;
+        const auto larger = hn::Max(a, b), smaller = hn::Min(a, b), distance = hn::Sub(larger, smaller);
+        const auto share =
+            hn::IfThenElse(hn::Eq(larger, a), hn::Set(d, weight), hn::Set(d, std::uint16_t(65535 - weight)));
+        const auto low = hn::BitCast(ds, hn::Mul(distance, share));
+        // The upper half of t: the lower half of p carries when its top bit is set.
+        const auto high = hn::Sub(hn::BitCast(ds, hn::MulHigh(distance, share)), hn::ShiftRight<15>(low));
+        // The lower half of t is low with its top bit flipped, so that a signed comparison sees its unsigned order.
+        const auto carry = hn::VecFromMask(ds, hn::Gt(low, hn::Xor(high, hn::Set(ds, 0x7FFF))));
+        return hn::Add(smaller, hn::BitCast(d, hn::Sub(high, carry)));
+    });
+}
+
+}  // namespace Orvel::primitives::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace Orvel::primitives {
+
+HWY_EXPORT(alphaComp8Rows);
+HWY_EXPORT(alphaComp16Rows);
+
+Status alphaComp(ConstViewU8 over, std::uint8_t weight, ConstViewU8 under, ViewU8 dst) noexcept {
+    if (const Status fault = checkSameSize(dst, over, under); fault != Status::ok) return fault;
+    HWY_DYNAMIC_DISPATCH(alphaComp8Rows)(over, weight, under, dst);
+    return Status::ok;
+}
+
+Status alphaComp(ConstViewU16 over, std::uint16_t weight, ConstViewU16 under, ViewU16 dst) noexcept {
+    if (const Status fault = checkSameSize(dst, over, under); fault != Status::ok) return fault;
+    HWY_DYNAMIC_DISPATCH(alphaComp16Rows)(over, weight, under, dst);
+    return Status::ok;
+}
+
+}  // namespace Orvel::primitives
+#endif  // HWY_ONCE

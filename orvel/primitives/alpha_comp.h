@@ -1,0 +1,16 @@
+#pragma once
+#include "orvel/primitives/plane_view.h"
+#include "orvel/primitives/status.h"
+
+namespace Orvel::primitives {
+
+// One picture laid over an opaque other with a constant weight: dst = (weight * over + (max - weight) * under) / max,
+// rounded to the nearest integer (max is odd, so no halves exist). Weight 0 gives under and max gives over exactly. In
+// place on either source allowed. The 16-bit weight that equals an 8-bit one is 257 times it.
+
+/// max = 255.
+Status alphaComp(ConstViewU8 over, std::uint8_t weight, ConstViewU8 under, ViewU8 dst) noexcept;
+/// max = 65535.
+Status alphaComp(ConstViewU16 over, std::uint16_t weight, ConstViewU16 under, ViewU16 dst) noexcept;
+
+}  // namespace Orvel::primitives

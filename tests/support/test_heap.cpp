@@ -1,0 +1,95 @@
+#include "tests/support/test_heap.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+constexpr std::size_t large = 16 * 1024;
+std::atomic<int> allRequests{0}, largeRequests{0};
+
+thread_local int granted = -1;  // -1: everything
+thread_local int refused = 0;
+
+void* request(std::size_t bytes, std::size_t alignment) noexcept {
+    ++allRequests;
+    if (bytes >= large) ++largeRequests;
+    if (granted == 0) {
+        ++refused;
+        return nullptr;
+    }
+    if (granted > 0) --granted;
+    if (alignment <= alignof(std::max_align_t)) return std::malloc(bytes > 0 ? bytes : 1);
+    return std::aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
+}
+
+void* requestOrThrow(std::size_t bytes, std::size_t alignment) {
+    void* const p = request(bytes, alignment);
+    if (p == nullptr) throw std::bad_alloc();
+    return p;
+}
+
+}  // namespace
+
+namespace Orvel::test {
+
+FailingHeap::FailingHeap(int requests) noexcept {
+    granted = requests;
+    refused = 0;
+}
+FailingHeap::~FailingHeap() {
+    granted = -1;
+}
+int allocations() noexcept {
+    return allRequests;
+}
+int largeAllocations() noexcept {
+    return largeRequests;
+}
+int refusedRequests() noexcept {
+    return refused;
+}
+
+}  // namespace Orvel::test
+
+void* operator new(std::size_t bytes) {
+    return requestOrThrow(bytes, 1);
+}
+void* operator new[](std::size_t bytes) {
+    return requestOrThrow(bytes, 1);
+}
+void* operator new(std::size_t bytes, std::align_val_t alignment) {
+    return requestOrThrow(bytes, static_cast<std::size_t>(alignment));
+}
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+    return request(bytes, 1);
+}
+void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept {
+    return request(bytes, 1);
+}
+void operator delete(void* p) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, std::size_t) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::align_val_t) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::size_t, std::align_val_t) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, const std::nothrow_t&) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, const std::nothrow_t&) noexcept {
+    std::free(p);
+}

@@ -1,0 +1,274 @@
+// The built program, from the command line to its exit code.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <thread>
+
+#include "orvel/img/all_formats.h"
+#include "orvel/pipeline/process_video.h"
+#include "orvel/resize/resize_types.h"
+#include "tests/support/pictures.h"
+#include "tests/tools/tool_support.h"
+#include "tools/media/frame_shape.h"
+
+namespace OrvelTool {
+namespace {
+
+using namespace Orvel;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+struct Outcome {
+    int exit;  // 128 + signal when killed
+    std::string out, err;
+};
+
+class RunTest : public test::FolderTest {
+protected:
+    /// Starts the program in the test's folder with its output in the files .out and .err; redirections of the shell
+    /// that follow the arguments come last.
+    pid_t start(const std::string& arguments) {
+        const std::string command = "exec " ORVEL_TOOL " >.out 2>.err " + arguments;
+        const pid_t child = fork();
+        if (child != 0) return child;
+        if (chdir(folder_.c_str()) != 0) _exit(126);
+        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+        _exit(127);
+    }
+    Outcome finish(pid_t child) {
+        int status = 0;
+        waitpid(child, &status, 0);
+        Outcome outcome{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), slurp(path(".out")),
+                        slurp(path(".err"))};
+        std::filesystem::remove(path(".out"));
+        std::filesystem::remove(path(".err"));
+        return outcome;
+    }
+    Outcome run(const std::string& arguments) { return finish(start(arguments)); }
+
+    /// The outcome is a failure with one line on stderr, nothing on stdout, and no new file.
+    std::string failure(int exit, const std::string& arguments) {
+        const auto before = files();
+        const Outcome outcome = run(arguments);
+        EXPECT_EQ(outcome.exit, exit) << arguments << "\n" << outcome.err;
+        EXPECT_EQ(outcome.out, "") << arguments;
+        EXPECT_THAT(outcome.err, StartsWith("orvelvis: "));
+        EXPECT_EQ(outcome.err.find('\n'), outcome.err.size() - 1) << outcome.err;
+        EXPECT_EQ(files(), before) << arguments;
+        return outcome.err;
+    }
+
+    std::string clip_ = test::randomBytes(3 * 48 * 32 * 3 / 2);  // three 48x32 frames of 4:2:0
+};
+
+TEST_F(RunTest, ProbeTellsWhatAClipIs) {
+    write("a_48x32_.yuv", clip_);
+    const Outcome text = run("probe a_48x32_.yuv --rate 25 --scan tff");
+    EXPECT_EQ(text.exit, 0) << text.err;
+    for (const char* line : {"format        i420\n", "width         48\n", "frames        3\n", "rate          25/1\n",
+                             "scan          interlaced, top field first\n", "frame_bytes   2304\n"})
+        EXPECT_THAT(text.out, HasSubstr(line));
+    const Outcome json = run("probe --json a_48x32_.yuv");
+    EXPECT_THAT(json.out, HasSubstr("\"frames\": 3,\n  \"rate\": null,"));
+    EXPECT_EQ(run("convert a_48x32_.yuv a.y4m").exit, 0);
+    EXPECT_THAT(run("probe - <a.y4m").out, HasSubstr("frames        3\n"));
+}
+
+TEST_F(RunTest, UsageErrorsEndWithTwo) {
+    write("a_48x32_.yuv", clip_);
+    for (const char* arguments : {"", "fly", "probe", "probe a_48x32_.yuv --fast", "process a_48x32_.yuv",
+                                  "process a_48x32_.yuv b.yuv --crop 1x1", "process a_48x32_.yuv b.yuv --place 8x8+0+0",
+                                  "process a_48x32_.yuv b.yuv --threads 0", "process a_48x32_.yuv b.bin",
+                                  "convert a_48x32_.yuv b.yuv --matrix 2020", "probe - --size 8x8 </dev/null"})
+        EXPECT_THAT(failure(2, arguments), HasSubstr("; ")) << arguments;  // each with a hint
+    EXPECT_EQ(run("--help").exit, 0);
+    EXPECT_THAT(run("process --help").out, HasSubstr("--odd-chroma"));
+}
+
+TEST_F(RunTest, UnreadableAndTruncatedInputEndsWithThreeAndLeavesNoOutput) {
+    write("a_48x32_.yuv", clip_ + "tail");
+    write("old.yuv", "old");
+    EXPECT_THAT(failure(3, "process a_48x32_.yuv b.yuv"), HasSubstr("--ignore-tail takes the 3 whole frames"));
+    EXPECT_EQ(run("process a_48x32_.yuv b.yuv --ignore-tail").exit, 0);
+    EXPECT_EQ(slurp(path("b.yuv")), clip_);
+    failure(3, "process missing.y4m b2.yuv");
+    EXPECT_EQ(run("convert b.yuv c.y4m --size 48x32").exit, 0);
+    write("cut.y4m", slurp(path("c.y4m")).substr(0, 6000));
+    failure(3, "process cut.y4m old.yuv");
+    failure(3, "convert - old.yuv <cut.y4m");  // truncation shows after two frames were written
+    EXPECT_EQ(slurp(path("old.yuv")), "old");
+    failure(3, "process - b2.yuv --format i420 --size 48x32 <a_48x32_.yuv");
+}
+
+TEST_F(RunTest, RefusedParametersEndWithFour) {
+    write("a_48x32_.yuv", clip_);
+    write("a_48x32_.bgr", std::string(48 * 32 * 4, 'x'));
+    for (const char* arguments :
+         {"process a_48x32_.yuv b.yuv --crop 48x32+2+0", "process a_48x32_.bgr b.yuv",
+          "process a_48x32_.yuv b.yuv --canvas 64x64 --place 48x32+0+0", "process a_48x32_.yuv b.uyvy --scale 31x31",
+          "process a_48x32_.yuv b.yuv --working hy16"})
+        EXPECT_THAT(failure(4, arguments), HasSubstr("; ")) << arguments;
+}
+
+TEST_F(RunTest, FailingOutputEndsWithFive) {
+    write("a_48x32_.yuv", clip_);
+    EXPECT_THAT(failure(5, "process a_48x32_.yuv /dev/full --output-format i420"), HasSubstr("No space left"));
+    failure(5, "convert a_48x32_.yuv - >/dev/full");
+    failure(5, "preview a_48x32_.yuv - >/dev/full");
+    failure(5, "process a_48x32_.yuv no/b.yuv");
+    EXPECT_EQ(run("probe a_48x32_.yuv >/dev/full").exit, 5);
+}
+
+TEST_F(RunTest, StandardOutputHoldsPicturesOnlyAndOnlyWhenAsked) {
+    write("a_48x32_.yuv", clip_);
+    const Outcome file = run("process a_48x32_.yuv b.yuv");
+    EXPECT_EQ(file.out + file.err, "");
+    const Outcome raw = run("process a_48x32_.yuv - --output-format i420");
+    EXPECT_EQ(raw.out, clip_);
+    EXPECT_EQ(raw.err, "");
+    const Outcome piped = run("process - - --output-format i420 --format i420 --size 48x32 <a_48x32_.yuv");
+    EXPECT_EQ(piped.out, clip_);
+    EXPECT_THAT(run("process a_48x32_.yuv -").out, StartsWith("YUV4MPEG2 W48 H32 F30:1 I? A0:0 C420\nFRAME\n"));
+}
+
+TEST_F(RunTest, OddWidthsAreToldOnce) {
+    write("a_5x4_.yuv", test::randomBytes(2 * 28));
+    const Outcome outcome = run("convert a_5x4_.yuv a.y4m");
+    EXPECT_EQ(outcome.exit, 0);
+    EXPECT_EQ(outcome.err, "orvelvis: note: a.y4m: width 5 is odd: the last chroma column is written twice\n");
+    const Outcome back = run("convert a.y4m b_5x4_.yuv");
+    EXPECT_EQ(back.err, "orvelvis: note: a.y4m: width 5 is odd: the last chroma column of the file is dropped\n");
+    EXPECT_EQ(slurp(path("b_5x4_.yuv")), slurp(path("a_5x4_.yuv")));
+}
+
+TEST_F(RunTest, AnInterruptionRemovesTheTemporaryFile) {
+    write("old.yuv", "old");
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    const pid_t child = start("convert - old.yuv --format i420 --size 48x32 <pipe");
+    const int pipe = open(path("pipe").c_str(), O_WRONLY);
+    ASSERT_EQ(::write(pipe, clip_.data(), 3000), 3000);  // one frame, then the program waits
+    const auto hasTemporary = [&] {
+        for (const auto& name : files())
+            if (name.find(".part-") != name.npos) return true;
+        return false;
+    };
+    for (int i = 0; i < 500 && !hasTemporary(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_TRUE(hasTemporary());
+    kill(child, SIGINT);
+    EXPECT_EQ(finish(child).exit, 130);
+    close(pipe);
+    EXPECT_THAT(files(), ElementsAre("old.yuv", "pipe"));
+    EXPECT_EQ(slurp(path("old.yuv")), "old");
+}
+
+TEST_F(RunTest, AClosedPipeIsAnError) {
+    write("a_48x32_.yuv", test::randomBytes(200 * 2304));
+    const Outcome outcome = run("convert a_48x32_.yuv - 2>&1 >/dev/null");
+    EXPECT_EQ(outcome.exit, 0);
+    const std::string command = "cd " + folder_.string() +
+                                " && { " ORVEL_TOOL
+                                " convert a_48x32_.yuv - 2>/dev/null; echo $? >code; } | head -c 1 >/dev/null";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    EXPECT_EQ(slurp(path("code")), "5\n");
+}
+
+/// The bytes of all frames of a headerless clip after processing by the library itself.
+template <class T>
+std::string processed(const std::string& clip, const char* format, int width, int height,
+                      ProcessVideoParams<T> params) {
+    ProcessVideo<T> engine;
+    EXPECT_TRUE(engine.allocate(params));
+    const FrameShape in(*findFormatByName(format), width, height, OddChroma::down);
+    const FrameShape out(formatOf<T>(), params.dstWidth, params.dstHeight, OddChroma::down);
+    const auto picture = makePicture(*findFormatByName(format), width, height);
+    std::string result;
+    for (std::size_t at = 0; at < clip.size(); at += in.bytes()) {
+        in.unpack({reinterpret_cast<const std::uint8_t*>(clip.data()) + at, in.bytes()}, *picture);
+        bool ok = false;
+        T* done = engine.process(*picture, ok);
+        if (done == nullptr) return "failed";
+        std::string frame(out.bytes(), '\0');
+        out.pack(*done, {reinterpret_cast<std::uint8_t*>(frame.data()), frame.size()});
+        result += frame;
+        engine.returnImg(done);
+    }
+    return result;
+}
+
+TEST_F(RunTest, ProcessGivesWhatTheLibraryGives) {
+    write("a_48x32_.yuv", clip_);
+    ProcessVideoParams<I420Img> planar;
+    planar.srcWidth = 48;
+    planar.srcHeight = 32;
+    planar.cropX = 8;
+    planar.cropY = 4;
+    planar.cropWidth = 32;
+    planar.cropHeight = 24;
+    planar.dstWidth = 80;
+    planar.dstHeight = 64;
+    planar.dstCropX = 6;
+    planar.dstCropY = 8;
+    planar.dstCropWidth = 60;
+    planar.dstCropHeight = 40;
+    planar.backgroundY = 50;
+    planar.backgroundU = 90;
+    planar.backgroundV = 200;
+    planar.resizeInterp = ResizeInterpLinear;
+    const std::string options =
+        "--crop 32x24+8+4 --canvas 80x64 --place 60x40+6+8 --background 50,90,200 --interp linear";
+    for (const char* threads : {"", " --threads 1"}) {
+        ASSERT_EQ(run("process a_48x32_.yuv b.yuv " + options + threads).exit, 0);
+        EXPECT_EQ(slurp(path("b.yuv")), processed(clip_, "i420", 48, 32, planar));
+    }
+}
+
+TEST_F(RunTest, PackedAndSixteenBitClipsAreProcessedInTheirOwnFormat) {
+    const auto packed = test::randomBytes(2 * 48 * 32 * 2), wide = test::randomBytes(2 * 48 * 32 * 4);
+    write("a_48x32_.uyvy", packed);
+    write("a_48x32_.v216", wide);
+    ProcessVideoParams<YV16Img> eight;
+    eight.srcWidth = 48;
+    eight.srcHeight = 32;
+    eight.dstWidth = 64;
+    eight.dstHeight = 40;
+    eight.srcProgressive = eight.dstProgressive = false;
+    ASSERT_EQ(run("process a_48x32_.uyvy b.yv16 --scale 64x40 --scan tff").exit, 0);
+    EXPECT_EQ(slurp(path("b.yv16")), processed(packed, "uyvy", 48, 32, eight));
+    ProcessVideoParams<HY16Img> sixteen;
+    sixteen.srcWidth = 48;
+    sixteen.srcHeight = 32;
+    sixteen.dstWidth = 24;
+    sixteen.dstHeight = 20;
+    ASSERT_EQ(run("process a_48x32_.v216 b.hy16 --scale 24x20").exit, 0);
+    EXPECT_EQ(slurp(path("b.hy16")), processed(wide, "v216", 48, 32, sixteen));
+}
+
+TEST_F(RunTest, TheBorderOfAPacked422ClipHasTheColourThatWasAsked) {
+    write("a_48x32_.uyvy", test::randomBytes(48 * 32 * 2));
+    ASSERT_EQ(run("process a_48x32_.uyvy b.uyvy --scale 16x16 --canvas 64x40 --background 50,90,200").exit, 0);
+    EXPECT_EQ(slurp(path("b.uyvy")).substr(0, 8), "\x5A\x32\xC8\x32\x5A\x32\xC8\x32");
+}
+
+TEST_F(RunTest, PreviewDrawsTheFramesOfBothClips) {
+    write("a_48x32_.yuv", std::string(48 * 32, '\xEB') + std::string(48 * 16, '\x80'));  // white
+    write("b_32x32_.uyvy", std::string(32 * 32 * 2, '\x80'));
+    ASSERT_EQ(run("preview a_48x32_.yuv sheet.png --beside b_32x32_.uyvy").exit, 0);
+    const std::string png = slurp(path("sheet.png"));
+    ASSERT_THAT(png, StartsWith("\x89PNG\r\n"));
+    const auto bigEndian = [&](std::size_t at) {
+        return static_cast<unsigned char>(png[at + 2]) * 256 + static_cast<unsigned char>(png[at + 3]);
+    };
+    EXPECT_EQ(bigEndian(16), 8 + 48 + 4 + 32 + 8);
+    EXPECT_EQ(bigEndian(20), 8 + 32 + 8);
+    EXPECT_EQ(run("preview a_48x32_.yuv -").out.substr(0, 4), "\x89PNG");
+    failure(3, "preview missing.y4m other.png");
+}
+
+}  // namespace
+}  // namespace OrvelTool

@@ -1,0 +1,42 @@
+#include "tools/errors.h"
+
+#include <fmt/format.h>
+
+#include <csignal>
+#include <cstdio>
+
+namespace OrvelTool {
+namespace {
+
+volatile std::sig_atomic_t caughtSignal = 0;
+
+std::string oneLine(std::string_view where, std::string_view what, std::string_view hint) {
+    std::string text = fmt::format("{}: {}{}{}", where, what, hint.empty() ? "" : "; ", hint);
+    for (char& c : text)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
+    return text;
+}
+
+}  // namespace
+
+ToolError::ToolError(ExitCode code, std::string_view where, std::string_view what, std::string_view hint)
+    : std::runtime_error(oneLine(where, what, hint)), code_(code) {}
+
+void catchSignals() {
+    struct sigaction action = {};
+    action.sa_handler = [](int signal) { caughtSignal = signal; };
+    // No SA_RESTART: a read that waits for a pipe must return to be able to notice.
+    for (int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
+    action.sa_handler = SIG_IGN;
+    sigaction(SIGPIPE, &action, nullptr);
+}
+
+void throwIfInterrupted() {
+    if (caughtSignal != 0) throw Interrupted(caughtSignal);
+}
+
+void notice(std::string_view where, std::string_view what) {
+    fmt::print(stderr, "orvelvis: note: {}\n", oneLine(where, what, {}));
+}
+
+}  // namespace OrvelTool

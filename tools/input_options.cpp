@@ -1,0 +1,20 @@
+#include "tools/media/open_media.h"
+#include "tools/verbs.h"
+
+namespace OrvelTool {
+
+void addInputOptions(CLI::App& verb, InputOptions& options) {
+    const std::string group = "Input (headerless files, - for standard input)";
+    verb.add_option("--size", options.size, "WIDTHxHEIGHT, when the name has no _WIDTHxHEIGHT_")->group(group);
+    verb.add_option("--format", options.format, "y4m, i420, yv16, hy16, uyvy, yuyv, v216 or bgr; else by extension")
+        ->group(group);
+    verb.add_option("--rate", options.rate, "frames a second, such as 25 or 30000/1001")->group(group);
+    verb.add_option("--scan", options.scan, "progressive, tff or bff: top or bottom field first")->group(group);
+    verb.add_option("--odd-chroma", options.oddChroma,
+                    "chroma columns of odd widths in headerless planar files, read or written: down (default) for "
+                    "(W-1)/2, up for (W+1)/2 as many other programs have it; Y4M is always up")
+        ->group(group);
+    verb.add_flag("--ignore-tail", options.ignoreTail, "pass over an incomplete frame at the end")->group(group);
+}
+
+}  // namespace OrvelTool

@@ -1,0 +1,58 @@
+// orvelvis: the library's pipeline, conversions and a look at the result, from the command line.
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <new>
+
+#include "tools/errors.h"
+#include "tools/verbs.h"
+
+namespace {
+
+using OrvelTool::ExitCode;
+
+int complain(std::string_view message, ExitCode code) {
+    fmt::print(stderr, "orvelvis: {}\n", message);
+    return static_cast<int>(code);
+}
+
+void describeProgram(CLI::App& program) {
+    program.require_subcommand(1);
+    program.footer(
+        "Files: Y4M (4:2:0, 4:2:2, 16-bit 4:2:2) and headerless pictures; - is standard input or output.\n"
+        "Exit codes: 0 done, 1 the answer is no, 2 usage, 3 input unreadable or truncated, 4 parameters refused,\n"
+        "5 output failed, 130 interrupted.");
+    OrvelTool::addProbe(program);
+    OrvelTool::addProcess(program);
+    OrvelTool::addConvert(program);
+    OrvelTool::addPreview(program);
+}
+
+int run(CLI::App& program, int argc, char** argv) {
+    try {
+        program.parse(argc, argv);
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+            return complain("standard output: cannot be written", ExitCode::outputFailed);
+        return static_cast<int>(ExitCode::done);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return program.exit(error);  // --help
+        return complain(fmt::format("{}; see orvelvis VERB --help", error.what()), ExitCode::usage);
+    } catch (const OrvelTool::ToolError& error) {
+        return complain(error.what(), error.code());
+    } catch (const OrvelTool::Interrupted& interruption) {
+        return 128 + interruption.signal();
+    } catch (const std::bad_alloc&) {
+        return complain("out of memory; smaller pictures or fewer --threads need less", ExitCode::refused);
+    } catch (const std::exception& error) {
+        return complain(error.what(), ExitCode::refused);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    OrvelTool::catchSignals();
+    CLI::App program("Processes uncompressed video frames.", "orvelvis");
+    describeProgram(program);
+    return run(program, argc, argv);
+}

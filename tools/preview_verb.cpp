@@ -1,0 +1,162 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+#include "orvel/img/bgr_img.h"
+#include "tools/errors.h"
+#include "tools/format_converter.h"
+#include "tools/media/open_media.h"
+#include "tools/png_writer.h"
+#include "tools/progress.h"
+#include "tools/verbs.h"
+
+namespace OrvelTool {
+namespace {
+
+using Orvel::Img;
+
+constexpr int gap = 8;  // pixels between tiles
+constexpr std::uint8_t sheetGrey = 64;
+constexpr int maxSheetPixels = 1 << 28;
+
+struct PreviewOptions {
+    std::string input, output, beside, matrix;
+    InputOptions source, besideSource;
+    int frames = 8, every = 0, columns = 0, tileWidth = 720;
+};
+
+// Frames of one clip as tiles of a sheet, reduced by a whole factor.
+class TileSource {
+public:
+    TileSource(const std::string& path, const InputOptions& options, const PreviewOptions& preview)
+        : source_(openSource(path, options)),
+          hdtv_(preview.matrix.empty() ? source_->info().height >= 720 : preview.matrix == "709"),
+          factor_((source_->info().width + preview.tileWidth - 1) / preview.tileWidth),
+          picture_(makePicture(*source_->info().format, source_->info().width, source_->info().height)),
+          converter_(*source_->info().format, formatOf<Orvel::BGRImg>(), source_->info().width, source_->info().height,
+                     {source_->info().interlaced(), hdtv_}) {}
+
+    const ClipInfo& info() const { return source_->info(); }
+    int width() const { return std::max(1, info().width / factor_); }
+    int height() const { return std::max(1, info().height / factor_); }
+
+    bool next() { return source_->read(*picture_); }
+    /// Draws the frame of the last next().
+    void draw(BgrSheet& sheet, int left, int top) {
+        const Img& bgr = converter_.convert(*picture_);
+        for (int y = 0; y < height(); ++y)
+            for (int x = 0; x < width(); ++x)
+                for (int c = 0; c < 3; ++c) sheet.pixel(left + x, top + y)[c] = displayed(mean(bgr, x, y, c));
+    }
+
+private:
+    int mean(const Img& bgr, int x, int y, int channel) const {
+        const int columns = std::min(factor_, info().width), rows = std::min(factor_, info().height);
+        int sum = 0;
+        for (int j = 0; j < rows; ++j)
+            for (int i = 0; i < columns; ++i) sum += bgr.getPixel(0, y * factor_ + j, x * factor_ + i)[channel];
+        return (sum + columns * rows / 2) / (columns * rows);
+    }
+    // PNG viewers expect 0..255 where the BT.709 conversion gives 16..235.
+    std::uint8_t displayed(int value) const {
+        return static_cast<std::uint8_t>(hdtv_ ? std::clamp((value - 16) * 255 / 219, 0, 255) : value);
+    }
+
+    std::unique_ptr<FrameSource> source_;
+    bool hdtv_;
+    int factor_;
+    std::unique_ptr<Img> picture_;
+    FormatConverter converter_;
+};
+
+/// Where the tiles lie: cells of one tile, or of two side by side, in rows.
+struct Grid {
+    int columns, rows, cellWidth, cellHeight;
+
+    int left(int cell) const { return gap + cell % columns * (cellWidth + gap); }
+    int top(int cell) const { return gap + cell / columns * (cellHeight + gap); }
+    int width() const { return gap + columns * (cellWidth + gap); }
+    int height() const { return gap + rows * (cellHeight + gap); }
+};
+
+class ContactSheet {
+public:
+    explicit ContactSheet(const PreviewOptions& options)
+        : options_(options), first_(options.input, options.source, options) {
+        if (!options.beside.empty()) second_.emplace(options.beside, options.besideSource, options);
+        choosePictures();
+    }
+
+    BgrSheet draw() {
+        const Grid grid = layOut();
+        if (std::int64_t{grid.width()} * grid.height() > maxSheetPixels)
+            throw ToolError(ExitCode::refused, options_.output,
+                            fmt::format("a sheet of {}x{} pixels is too large", grid.width(), grid.height()),
+                            "ask for fewer --frames or a smaller --tile-width");
+        BgrSheet sheet(grid.width(), grid.height(), sheetGrey);
+        Progress progress("preview", cells_);
+        int drawn = 0;
+        for (std::int64_t frame = 0; drawn < cells_ && first_.next() && (!second_ || second_->next()); ++frame) {
+            if (frame % every_ != 0) continue;
+            first_.draw(sheet, grid.left(drawn), grid.top(drawn));
+            if (second_) second_->draw(sheet, grid.left(drawn) + first_.width() + gap / 2, grid.top(drawn));
+            ++drawn;
+            progress.step();
+        }
+        if (drawn == 0) throw ToolError(ExitCode::badInput, options_.input, "holds no frame");
+        return sheet;
+    }
+
+private:
+    // Without --every the pictures are spread over the clip, as far as its length is known.
+    void choosePictures() {
+        std::optional<std::int64_t> total = first_.info().frames;
+        if (second_ && second_->info().frames)
+            total = std::min(total.value_or(*second_->info().frames), *second_->info().frames);
+        every_ = options_.every > 0 ? options_.every : std::max<std::int64_t>(1, total.value_or(1) / options_.frames);
+        const std::int64_t there = total ? (*total + every_ - 1) / every_ : options_.frames;
+        cells_ = static_cast<int>(std::clamp<std::int64_t>(there, 1, options_.frames));
+    }
+
+    Grid layOut() const {
+        int columns = options_.columns;
+        if (columns == 0)
+            while (columns * columns < cells_) ++columns;
+        columns = std::min(columns, cells_);
+        const int width = first_.width() + (second_ ? gap / 2 + second_->width() : 0);
+        const int height = std::max(first_.height(), second_ ? second_->height() : 0);
+        return {columns, (cells_ + columns - 1) / columns, width, height};
+    }
+
+    const PreviewOptions& options_;
+    TileSource first_;
+    std::optional<TileSource> second_;
+    std::int64_t every_ = 1;
+    int cells_ = 1;
+};
+
+}  // namespace
+
+void addPreview(CLI::App& program) {
+    auto* verb = program.add_subcommand("preview", "Draw a contact sheet of a clip's frames as a PNG file");
+    auto options = std::make_shared<PreviewOptions>();
+    verb->add_option("INPUT", options->input, "file, or - for standard input")->required();
+    verb->add_option("OUTPUT", options->output, "PNG file, or - for standard output")->required();
+    verb->add_option("--frames", options->frames, "number of pictures, default 8")->check(CLI::Range(1, 1000));
+    verb->add_option("--every", options->every, "take every Kth frame; default: spread over the clip")
+        ->check(CLI::Range(1, 1000000));
+    verb->add_option("--columns", options->columns, "pictures in a row")->check(CLI::Range(1, 1000));
+    verb->add_option("--tile-width", options->tileWidth, "wider pictures are reduced by a whole factor; default 720")
+        ->check(CLI::Range(16, 8192));
+    verb->add_option("--matrix", options->matrix, "601 or 709; default: 709 from 720 lines on")
+        ->check(CLI::IsMember({"601", "709"}));
+    auto* beside = verb->add_option("--beside", options->beside, "another clip, shown to the right of each picture");
+    verb->add_option("--beside-size", options->besideSource.size, "WIDTHxHEIGHT of a headerless one")->needs(beside);
+    verb->add_option("--beside-format", options->besideSource.format, "format of a headerless one")->needs(beside);
+    addInputOptions(*verb, options->source);
+    verb->callback([options] { writePng(options->output, ContactSheet(*options).draw()); });
+}
+
+}  // namespace OrvelTool
