@@ -167,6 +167,26 @@ TEST_F(RunTest, AnInterruptionRemovesTheTemporaryFile) {
     EXPECT_EQ(slurp(path("old.yuv")), "old");
 }
 
+TEST_F(RunTest, AnInterruptionEndsTheWaitForANamedPipe) {
+    write("a_48x32_.yuv", clip_);
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    for (const char* arguments : {"probe pipe --format y4m", "convert a_48x32_.yuv pipe --to i420"}) {
+        const pid_t child = start(arguments);
+        const auto exited = [&] {
+            siginfo_t state = {};
+            return waitid(P_PID, static_cast<id_t>(child), &state, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+                   state.si_pid != 0;
+        };
+        for (int i = 0; i < 500 && !exited(); ++i) {  // early signals meet the shell or the program's start
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            if (i >= 15) kill(child, SIGINT);
+        }
+        const Outcome outcome = finish(child);
+        EXPECT_EQ(outcome.exit, 130) << arguments;
+        EXPECT_EQ(outcome.err, "") << arguments;
+    }
+}
+
 TEST_F(RunTest, AClosedPipeIsAnError) {
     write("a_48x32_.yuv", test::randomBytes(200 * 2304));
     const Outcome outcome = run("convert a_48x32_.yuv - 2>&1 >/dev/null");
