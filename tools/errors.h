@@ -16,6 +16,9 @@ enum class ExitCode {
     outputFailed = 5,  ///< the output could not be written
 };
 
+/// The text with its control characters masked: one line that no terminal obeys.
+std::string printable(std::string_view text);
+
 /// Ends the run. The message is one line: where, what with its value, and what helps; control characters are masked.
 class ToolError : public std::runtime_error {
 public:

@@ -87,6 +87,8 @@ TEST_F(RunTest, UsageErrorsEndWithTwo) {
                                   "process a_48x32_.yuv b.yuv --threads 0", "process a_48x32_.yuv b.bin",
                                   "convert a_48x32_.yuv b.yuv --matrix 2020", "probe - --size 8x8 </dev/null"})
         EXPECT_THAT(failure(2, arguments), HasSubstr("; ")) << arguments;  // each with a hint
+    failure(2, "probe a_48x32_.yuv '--fa\nst'");
+    failure(2, "convert a_48x32_.yuv b.yuv --matrix '6\n01'");
     EXPECT_EQ(run("--help").exit, 0);
     EXPECT_THAT(run("process --help").out, HasSubstr("--odd-chroma"));
 }
