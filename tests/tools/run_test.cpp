@@ -106,6 +106,7 @@ TEST_F(RunTest, UnreadableAndTruncatedInputEndsWithThreeAndLeavesNoOutput) {
     failure(3, "convert - old.yuv <cut.y4m");  // truncation shows after two frames were written
     EXPECT_EQ(slurp(path("old.yuv")), "old");
     failure(3, "process - b2.yuv --format i420 --size 48x32 <a_48x32_.yuv");
+    failure(3, "process - b2.yuv --format i420 --size 48x32 </dev/null");
 }
 
 TEST_F(RunTest, RefusedParametersEndWithFour) {
