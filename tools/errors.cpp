@@ -11,13 +11,17 @@ namespace {
 volatile std::sig_atomic_t caughtSignal = 0;
 
 std::string oneLine(std::string_view where, std::string_view what, std::string_view hint) {
-    std::string text = fmt::format("{}: {}{}{}", where, what, hint.empty() ? "" : "; ", hint);
-    for (char& c : text)
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
-    return text;
+    return printable(fmt::format("{}: {}{}{}", where, what, hint.empty() ? "" : "; ", hint));
 }
 
 }  // namespace
+
+std::string printable(std::string_view text) {
+    std::string masked(text);
+    for (char& c : masked)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
+    return masked;
+}
 
 ToolError::ToolError(ExitCode code, std::string_view where, std::string_view what, std::string_view hint)
     : std::runtime_error(oneLine(where, what, hint)), code_(code) {}
@@ -26,7 +30,11 @@ void catchSignals() {
     struct sigaction action = {};
     action.sa_handler = [](int signal) { caughtSignal = signal; };
     // No SA_RESTART: a read that waits for a pipe must return to be able to notice.
-    for (int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
+    for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction inherited = {};
+        sigaction(signal, &action, &inherited);
+        if (inherited.sa_handler == SIG_IGN) sigaction(signal, &inherited, nullptr);  // nohup, background jobs
+    }
     action.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &action, nullptr);
 }

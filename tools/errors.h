@@ -16,6 +16,9 @@ enum class ExitCode {
     outputFailed = 5,  ///< the output could not be written
 };
 
+/// The text with its control characters masked: one line that no terminal obeys.
+std::string printable(std::string_view text);
+
 /// Ends the run. The message is one line: where, what with its value, and what helps; control characters are masked.
 class ToolError : public std::runtime_error {
 public:
@@ -38,7 +41,7 @@ private:
 };
 
 /// From here on SIGINT, SIGTERM and SIGHUP only leave a mark, so that temporary files get removed, and writing to a
-/// closed pipe is an ordinary error.
+/// closed pipe is an ordinary error. What the caller of the program had ignored stays ignored.
 void catchSignals();
 /// Throws Interrupted when a signal left its mark.
 void throwIfInterrupted();

@@ -12,7 +12,7 @@ namespace {
 using OrvelTool::ExitCode;
 
 int complain(std::string_view message, ExitCode code) {
-    fmt::print(stderr, "orvelvis: {}\n", message);
+    fmt::print(stderr, "orvelvis: {}\n", OrvelTool::printable(message));
     return static_cast<int>(code);
 }
 

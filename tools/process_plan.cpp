@@ -132,6 +132,7 @@ void checkCut(const ClipInfo& source, const FormatInfo& working, const Rectangle
         if (working.halfHeightChroma) checkMultiple("--crop", "height", crop.height, 2, "4:2:0 needs pairs of lines");
         return;
     }
+    if (crop.width == source.width && crop.height == source.height) return;  // nothing is cut
     const auto picture = makePicture(from, source.width, source.height);
     const auto target = makePicture(working, crop.width, crop.height);
     Img cut;

@@ -46,6 +46,24 @@ bool convertTo(HY16Img& dst, Img& src, bool) {
 
 }  // namespace
 
+/// A picture that goes back to its pool, if it is of one, unless it is handed on; also when something is thrown. What
+/// user data it then still has goes back to the caller's picture.
+template <class T>
+struct ProcessVideo<T>::Lease {
+    Lease(ProcessVideo& owner, T* picture) : engine(owner), img(picture) {}
+    ~Lease() {
+        // Does not throw: the list that the data came from still has the room.
+        if (img != nullptr && engine.curSrc_ != nullptr) Img::moveUserData(*engine.curSrc_, *img);
+        engine.returnImg(img);
+    }
+    Lease(const Lease&) = delete;
+    Lease& operator=(const Lease&) = delete;
+    T* handOn() { return std::exchange(img, nullptr); }
+
+    ProcessVideo& engine;
+    T* img;
+};
+
 template <class T>
 ProcessVideo<T>::ProcessVideo() = default;
 
@@ -87,8 +105,8 @@ bool ProcessVideo<T>::buildStages() {
         !resizePool_.allocate(canvas, bpp, 0) || !mctfPool_.allocate(canvas, bpp, 0) ||
         !frameRatePool_.allocate(canvas, bpp, 0) || !unprocessedPool_.allocate(source, bpp, 0))
         return false;
-    if (params_.keepUserData) userDataList_ = std::make_unique<std::list<void*>>();
-    return true;
+    if (params_.keepUserData) userDataList_.reset(new (std::nothrow) std::list<void*>);
+    return !params_.keepUserData || userDataList_;
 }
 
 template <class T>
@@ -113,12 +131,17 @@ T* ProcessVideo<T>::process(Img& src, bool& ok) {
         Img*& place_;
     } const current(curSrc_, &src);
 
-    T* result = cropConvert(src, ok);
-    if (result != nullptr) result = resize(result, ok);
-    if (result == nullptr) return nullptr;
-    if (result == &src && params_.copyUnprocessed) result = copySrcToUnprocessed(src);
-    ok = result != nullptr;
-    return result;
+    try {
+        T* result = cropConvert(src, ok);
+        if (result != nullptr) result = resize(result, ok);
+        if (result == nullptr) return nullptr;
+        if (result == &src && params_.copyUnprocessed) result = copySrcToUnprocessed(src);
+        ok = result != nullptr;
+        return result;
+    } catch (const std::bad_alloc&) {
+        ok = false;
+        return nullptr;
+    }
 }
 
 template <class T>
@@ -173,39 +196,38 @@ T* ProcessVideo<T>::cropConvert(Img& src, bool& ok) {
         return unchanged;
     }
     ok = false;
-    T* out = fetch(cropPool_);
-    if (out == nullptr) return nullptr;
+    Lease out(*this, fetch(cropPool_));
+    if (out.img == nullptr) return nullptr;
     Img roi;
     src.getShadowRoi(roi, {params_.cropX, params_.cropY}, {params_.cropWidth, params_.cropHeight});
-    if (isIMGPLANAR(src)) {
-        copyPlanes(roi, out);
-    } else if (!ConvertToIMGPLANAR(out, &roi, !params_.srcProgressive)) {
-        returnImg(out);
+    if (roi.numPlanes() != src.numPlanes()) return nullptr;  // memory ran out
+    if (isIMGPLANAR(src))
+        copyPlanes(roi, *out.img);
+    else if (!ConvertToIMGPLANAR(out.img, &roi, !params_.srcProgressive))
         return nullptr;
-    }
-    if (params_.keepUserData) Img::moveUserData(*out, src);
+    if (params_.keepUserData) Img::moveUserData(*out.img, src);
     ok = true;
-    return out;
+    return out.handOn();
 }
 
 template <class T>
 T* ProcessVideo<T>::resize(T* in, bool& ok) {
     ok = true;
     if (!resizer_) return in;
+    ok = false;
+    const Lease used(*this, in);
     const bool freshlyMade = resizePool_.available() == 0;
-    T* out = fetch(resizePool_);
-    ok = out != nullptr && (!freshlyMade || !hasDstCropping() || paintBackground(*out));
-    if (ok) {
+    Lease out(*this, fetch(resizePool_));
+    if (out.img != nullptr && freshlyMade && hasDstCropping() && !paintBackground(*out.img)) {
+        out.img->deallocate(-1);  // not to come back from the pool unpainted
+    } else if (out.img != nullptr) {
         Img view;
-        out->getShadowRoi(view, {params_.dstCropX, params_.dstCropY}, {params_.dstCropWidth, params_.dstCropHeight});
+        out.img->getShadowRoi(view, {params_.dstCropX, params_.dstCropY},
+                              {params_.dstCropWidth, params_.dstCropHeight});
         ok = scaleInto(view, *in);
-    } else if (out != nullptr) {
-        out->deallocate(-1);  // not to come back from the pool unpainted
     }
-    if (!ok) returnImg(out);
-    if (out != nullptr && params_.keepUserData) Img::moveUserData(*out, *in);
-    returnImg(in);
-    return out;
+    if (params_.keepUserData && ok) Img::moveUserData(*out.img, *in);
+    return ok ? out.handOn() : nullptr;
 }
 
 /// Fills a new canvas; a recycled one still has its border, because nobody writes there.
@@ -223,21 +245,23 @@ template <class T>
 bool ProcessVideo<T>::scaleInto(Img& view, Img& in) {
     if (params_.srcProgressive || params_.dstProgressive) return resizer_->resize(view, in);
     Img viewField, inField;
+    // A field that memory ran out for has no planes, and nothing to scale is no failure to the resizer.
+    const auto scaleField = [&] { return inField.numPlanes() > 0 && resizer_->resize(viewField, inField); };
     view.getTopFieldShadow(viewField);
     in.getTopFieldShadow(inField);
-    const bool top = resizer_->resize(viewField, inField);
+    const bool top = scaleField();
     view.getBottomFieldShadow(viewField);
     in.getBottomFieldShadow(inField);
-    return resizer_->resize(viewField, inField) && top;
+    return scaleField() && top;
 }
 
 template <class T>
 T* ProcessVideo<T>::copySrcToUnprocessed(Img& src) {
-    T* copy = fetch(unprocessedPool_);
-    if (copy == nullptr) return nullptr;
-    copyPlanes(src, copy);
-    if (params_.keepUserData) Img::moveUserData(*copy, src);
-    return copy;
+    Lease copy(*this, fetch(unprocessedPool_));
+    if (copy.img == nullptr) return nullptr;
+    copyPlanes(src, *copy.img);
+    if (params_.keepUserData) Img::moveUserData(*copy.img, src);
+    return copy.handOn();
 }
 
 template <class T>
@@ -322,17 +346,12 @@ T* ProcessVideo<T>::fetch(ImgPool<T>& pool) {
     return img;
 }
 
-/// What the copy kernel throws reaches the caller; dst is then back in its pool.
+/// What the copy kernel throws reaches the caller.
 template <class T>
-void ProcessVideo<T>::copyPlanes(Img& src, T*& dst) {
+void ProcessVideo<T>::copyPlanes(Img& src, T& dst) {
     using Copy = std::conditional_t<ProcessVideoParams<T>::is16Bit, Img::CCopyI16, Img::CCopyU8>;
-    try {
-        for (int p = 0; p < src.numPlanes(); ++p)
-            if (hasPixels(src, p)) forEachBand(0, src.getHeight(p), Copy(dst, &src, p));
-    } catch (...) {
-        returnImg(dst);
-        throw;
-    }
+    for (int p = 0; p < src.numPlanes(); ++p)
+        if (hasPixels(src, p)) forEachBand(0, src.getHeight(p), Copy(&dst, &src, p));
 }
 
 template class ProcessVideo<HY16Img>;

@@ -52,7 +52,7 @@ public:
     /// Pushes one source picture through all stages.
     /// @return a finished picture; null with ok true when the picture was accepted but none is ready; null with ok
     /// false on failure: src has no planes, another size than configured, or a format that T does not accept, or memory
-    /// ran out. With copyUnprocessed off and nothing to do, src itself.
+    /// ran out; src then keeps its user data. With copyUnprocessed off and nothing to do, src itself.
     /// A plane copy that fails throws std::runtime_error (a source whose planes are not those of its format).
     [[nodiscard]] T* process(Img& src, bool& ok);
     /// A further output for the source pictures given so far; null with ok true when there is none.
@@ -94,10 +94,12 @@ protected:
     static constexpr int IMGPLANAR_BPP() noexcept { return T::getClassBpp(); }
 
 private:
+    struct Lease;
+
     bool buildStages();
     T* fetch(ImgPool<T>& pool);
     T* copySrcToUnprocessed(Img& src);
-    void copyPlanes(Img& src, T*& dst);
+    void copyPlanes(Img& src, T& dst);
     bool paintBackground(T& canvas) const;
     bool scaleInto(Img& view, Img& in);
     bool sizeForFields(ResizeImg& resizer, T& dst, T& src) const;

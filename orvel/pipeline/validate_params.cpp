@@ -52,6 +52,11 @@ void completeResizing(ProcessVideoParams<T>& p) {
     }
 }
 
+/// What lies behind begin. Negative crop sizes get this far and may wrap; allocate() and process() find no picture.
+std::int32_t rest(std::int32_t whole, std::int32_t begin) {
+    return static_cast<std::int32_t>(std::int64_t{whole} - begin);
+}
+
 template <class Value>
 void derive(Value& value, Value derived) {
     if (value == 0) value = derived;
@@ -63,13 +68,13 @@ template <class T>
 bool ProcessVideo<T>::validateParams(ProcessVideoParams<T>& out, const ProcessVideoParams<T>& in) {
     if (!isPossible(in)) return false;
     out = in;
-    derive(out.cropWidth, out.srcWidth - out.cropX);
-    derive(out.cropHeight, out.srcHeight - out.cropY);
+    derive(out.cropWidth, rest(out.srcWidth, out.cropX));
+    derive(out.cropHeight, rest(out.srcHeight, out.cropY));
     if (!completeDeinterlacing(out)) return false;
     derive(out.dstWidth, out.cropWidth);
     derive(out.dstHeight, out.cropHeight);
-    derive(out.dstCropWidth, out.dstWidth - out.dstCropX);
-    derive(out.dstCropHeight, out.dstHeight - out.dstCropY);
+    derive(out.dstCropWidth, rest(out.dstWidth, out.dstCropX));
+    derive(out.dstCropHeight, rest(out.dstHeight, out.dstCropY));
     if (!out.srcProgressive && !out.dstProgressive) out.dstCropY &= ~1;  // the rectangle begins on a top-field line
     completeResizing(out);
     if (out.mctfEnable) {

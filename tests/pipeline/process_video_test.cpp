@@ -6,6 +6,7 @@
 
 #include "orvel/convert/convert_img.h"
 #include "tests/support/pictures.h"
+#include "tests/support/test_heap.h"
 
 namespace Orvel {
 namespace {
@@ -284,6 +285,50 @@ TEST(ProcessVideo, ASourceWhosePlanesAreTooLargeThrowsAndLosesNothing) {
     bool ok = true;
     EXPECT_THROW(static_cast<void>(engine.process(*wrong, ok)), std::runtime_error);
     EXPECT_NE(run(engine, *picture<I420Img>(64, 48)).img, nullptr);
+}
+
+TEST(ProcessVideo, AllocateAndProcessSurviveAHeapThatFails) {
+    const auto src = picture<UYVYImg>(64, 48);
+    int mark = 0, failures = 0;
+    for (const bool interlaced : {false, true})
+        for (int granted = 0;; ++granted) {
+            auto p = sized<I420Img>(64, 48);
+            p.srcProgressive = p.dstProgressive = !interlaced;
+            p.cropX = 2, p.dstWidth = 48, p.dstHeight = 40, p.dstCropWidth = 32, p.keepUserData = true;
+            ProcessVideo<I420Img> engine;
+            ASSERT_TRUE(engine.allocate(p));
+            ASSERT_TRUE(src->addUserData(&mark));
+            bool ok = true;
+            I420Img* out = nullptr;
+            {
+                const test::FailingHeap heap(granted);
+                ASSERT_NO_THROW(out = engine.process(*src, ok)) << granted;
+            }
+            EXPECT_EQ(ok, out != nullptr);
+            // Whatever failed, the next call is as good as the first: nothing unpainted, half copied or lost.
+            EXPECT_EQ(src->getUserData(nullptr), ok ? nullptr : &mark) << granted;
+            src->delUserData(&mark);
+            engine.returnImg(out);
+            ProcessVideo<I420Img> fresh;
+            ASSERT_TRUE(fresh.allocate(p));
+            EXPECT_EQ(bytesOf(*run(engine, *src)), bytesOf(*run(fresh, *src))) << granted;
+            if (test::refusedRequests() == 0) break;
+            ++failures;
+        }
+    EXPECT_GT(failures, 20);
+}
+
+TEST(ProcessVideo, AFailedScalingGivesTheUserDataBackToTheSource) {
+    auto p = sized<I420Img>(64, 48);
+    p.cropWidth = 1, p.cropHeight = 6;  // no chroma column
+    p.dstWidth = 32, p.dstHeight = 32, p.resizeInterp = ResizeInterpNearest, p.keepUserData = true;
+    ProcessVideo<I420Img> engine;
+    ASSERT_TRUE(engine.allocate(p));
+    const auto src = picture<I420Img>(64, 48);
+    int mark = 0;
+    ASSERT_TRUE(src->addUserData(&mark));
+    EXPECT_EQ(run(engine, *src).img, nullptr);
+    EXPECT_EQ(src->getUserData(nullptr), &mark);
 }
 
 TEST(ProcessVideo, TheNumberOfThreadsChangesNoByte) {

@@ -67,6 +67,16 @@ TEST(ValidateParams, RefusesWhatCannotBe) {
     }
 }
 
+TEST(ValidateParams, ExtremeSizesNeitherOverflowNorBuildAnEngine) {
+    auto p = sized<I420Img>(INT32_MAX, 16);
+    p.cropWidth = INT32_MIN;
+    p.dstCropX = INT32_MAX;
+    ProcessVideoParams<I420Img> out;
+    EXPECT_TRUE(validate(out, p));
+    EXPECT_EQ(out.dstCropWidth, 1);
+    EXPECT_FALSE(ProcessVideo<I420Img>().allocate(p));
+}
+
 TEST(ValidateParams, TheTemporalFilterIsFor420Only) {
     const auto with = []<class T>(ProcessVideoParams<T> p, int strength) {
         p.mctfEnable = true;

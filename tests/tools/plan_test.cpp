@@ -47,6 +47,11 @@ TEST(ProcessPlan, FillsTheEnginesFields) {
     EXPECT_TRUE(p.srcProgressive && p.dstProgressive);
 }
 
+TEST(ProcessPlan, AWholePictureOfAnyHeightNeedsNoCut) {
+    for (int height = 1; height < 400; ++height)
+        EXPECT_EQ(planParams<I420Img>(parsePlan({}), clip("i420", 64, height)).cropHeight, height);
+}
+
 TEST(ProcessPlan, LeavesTheMethodToTheEngineUnlessOneIsNamed) {
     ProcessTexts t = texts("", "176x144");
     EXPECT_EQ(planParams<I420Img>(parsePlan(t), clip("i420", 352, 288)).resizeInterp, ResizeInterpSuperSampling);

@@ -87,6 +87,8 @@ TEST_F(RunTest, UsageErrorsEndWithTwo) {
                                   "process a_48x32_.yuv b.yuv --threads 0", "process a_48x32_.yuv b.bin",
                                   "convert a_48x32_.yuv b.yuv --matrix 2020", "probe - --size 8x8 </dev/null"})
         EXPECT_THAT(failure(2, arguments), HasSubstr("; ")) << arguments;  // each with a hint
+    failure(2, "probe a_48x32_.yuv '--fa\nst'");
+    failure(2, "convert a_48x32_.yuv b.yuv --matrix '6\n01'");
     EXPECT_EQ(run("--help").exit, 0);
     EXPECT_THAT(run("process --help").out, HasSubstr("--odd-chroma"));
 }
@@ -104,6 +106,7 @@ TEST_F(RunTest, UnreadableAndTruncatedInputEndsWithThreeAndLeavesNoOutput) {
     failure(3, "convert - old.yuv <cut.y4m");  // truncation shows after two frames were written
     EXPECT_EQ(slurp(path("old.yuv")), "old");
     failure(3, "process - b2.yuv --format i420 --size 48x32 <a_48x32_.yuv");
+    failure(3, "process - b2.yuv --format i420 --size 48x32 </dev/null");
 }
 
 TEST_F(RunTest, RefusedParametersEndWithFour) {
@@ -165,6 +168,26 @@ TEST_F(RunTest, AnInterruptionRemovesTheTemporaryFile) {
     close(pipe);
     EXPECT_THAT(files(), ElementsAre("old.yuv", "pipe"));
     EXPECT_EQ(slurp(path("old.yuv")), "old");
+}
+
+TEST_F(RunTest, AnInterruptionEndsTheWaitForANamedPipe) {
+    write("a_48x32_.yuv", clip_);
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    for (const char* arguments : {"probe pipe --format y4m", "convert a_48x32_.yuv pipe --to i420"}) {
+        const pid_t child = start(arguments);
+        const auto exited = [&] {
+            siginfo_t state = {};
+            return waitid(P_PID, static_cast<id_t>(child), &state, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+                   state.si_pid != 0;
+        };
+        for (int i = 0; i < 500 && !exited(); ++i) {  // early signals meet the shell or the program's start
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            if (i >= 15) kill(child, SIGINT);
+        }
+        const Outcome outcome = finish(child);
+        EXPECT_EQ(outcome.exit, 130) << arguments;
+        EXPECT_EQ(outcome.err, "") << arguments;
+    }
 }
 
 TEST_F(RunTest, AClosedPipeIsAnError) {

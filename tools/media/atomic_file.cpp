@@ -35,6 +35,7 @@ AtomicFile::AtomicFile(const std::string& path) : name_(path), target_(path) {
     const bool exists = stat(path.c_str(), &status) == 0;
     if (exists && !S_ISREG(status.st_mode)) {
         fd_ = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        if (fd_ < 0 && errno == EINTR) throwIfInterrupted();  // a named pipe waits for its reader
         if (fd_ < 0) fail("cannot be opened for writing");
         return;
     }

@@ -21,6 +21,7 @@ bool FrameSource::read(Orvel::Img& picture) {
     const std::size_t got = file_->read(frame_);
     if (got < frame_.size()) {
         const bool clean = got == 0 && info_.container == Container::raw;
+        if (clean && framesRead_ == 0) throw ToolError(ExitCode::badInput, name(), "is empty");
         if (clean || ignoreTail_) return false;
         failTruncated(framesRead_);
     }

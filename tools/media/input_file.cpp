@@ -15,7 +15,10 @@ namespace OrvelTool {
 
 InputFile::InputFile(const std::string& path) : name_(path == "-" ? "standard input" : path) {
     fd_ = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd_ < 0) fail("cannot be opened");
+    if (fd_ < 0) {
+        if (errno == EINTR) throwIfInterrupted();  // a named pipe waits for its writer
+        fail("cannot be opened");
+    }
     struct stat status = {};
     if (fstat(fd_, &status) == 0 && S_ISREG(status.st_mode)) size_ = status.st_size;
 }
