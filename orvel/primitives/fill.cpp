@@ -93,9 +93,6 @@ Status copy(ConstViewU8 src, ViewU8 dst) noexcept {
 Status copy(ConstViewU16 src, ViewU16 dst) noexcept {
     return copySamples(src, dst);
 }
-Status copyBytes(ConstViewU8 src, ViewU8 dst) noexcept {
-    return copySamples(src, dst);
-}
 
 }  // namespace Orvel::primitives
 #endif  // HWY_ONCE

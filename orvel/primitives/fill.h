@@ -11,10 +11,8 @@ Status set(ViewU16 dst, std::uint16_t value) noexcept;
 Status set(PlaneView<std::int32_t> dst, std::int32_t value) noexcept;
 Status set(PlaneView<std::uint32_t> dst, std::uint32_t value) noexcept;
 
-/// dst = src. The views hold equally many samples and do not overlap.
+/// dst = src. The views hold equally many samples and do not overlap. Pixels of other sizes are copied as bytes.
 Status copy(ConstViewU8 src, ViewU8 dst) noexcept;
 Status copy(ConstViewU16 src, ViewU16 dst) noexcept;
-/// dst = src for pixels of any size, 3 and 4 bytes too: the widths of both views are in bytes.
-Status copyBytes(ConstViewU8 src, ViewU8 dst) noexcept;
 
 }  // namespace Orvel::primitives

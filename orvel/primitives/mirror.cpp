@@ -170,7 +170,7 @@ Status mirror(ConstViewU8 src, int bytesPerPixel, ViewU8 dst, MirrorAxis axis) n
     if (!sameSize(src, dst)) return Status::badSize;
     if (const Status fault = checkPixels(dst, bytesPerPixel, axis); fault != Status::ok) return fault;
     const ConstViewU8 rows = axis == MirrorAxis::leftRight ? src : bottomUp(src);
-    if (axis == MirrorAxis::topBottom) return copyBytes(rows, dst);
+    if (axis == MirrorAxis::topBottom) return copy(rows, dst);
     HWY_DYNAMIC_DISPATCH(mirrorLeftRight)(rows, bytesPerPixel, dst);
     return Status::ok;
 }

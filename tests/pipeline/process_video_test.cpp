@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "orvel/convert/convert_img.h"
+#include "tests/pipeline/sized_params.h"
 #include "tests/support/pictures.h"
 #include "tests/support/test_heap.h"
 
@@ -13,14 +14,7 @@ namespace {
 
 using test::bytesOf;
 using test::fillRandom;
-
-template <class T>
-ProcessVideoParams<T> sized(int width, int height) {
-    ProcessVideoParams<T> p;
-    p.srcWidth = width;
-    p.srcHeight = height;
-    return p;
-}
+using test::sized;
 
 template <class T>
 std::unique_ptr<T> picture(int width, int height, unsigned seed = 1) {

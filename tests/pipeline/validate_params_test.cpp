@@ -3,17 +3,12 @@
 #include <functional>
 
 #include "orvel/pipeline/process_video.h"
+#include "tests/pipeline/sized_params.h"
 
 namespace Orvel {
 namespace {
 
-template <class T>
-ProcessVideoParams<T> sized(int width, int height) {
-    ProcessVideoParams<T> p;
-    p.srcWidth = width;
-    p.srcHeight = height;
-    return p;
-}
+using test::sized;
 
 template <class T>
 bool validate(ProcessVideoParams<T>& out, const ProcessVideoParams<T>& in) {
