@@ -43,7 +43,7 @@ public:
     /// A new empty picture of the same type, owned by the caller; null for the base class or when memory runs out.
     [[nodiscard]] virtual Img* replicateType() const;
     /// Appends a view of this picture's plane to to (at index to.numPlanes()).
-    /// @return false when to is full, the plane does not exist or memory runs out; numPlanes() of to is then unchanged.
+    /// @return false when to is full, plane lies outside 0..3 or memory runs out; numPlanes() of to is then unchanged.
     [[nodiscard]] virtual bool shadowCopyPlane(Img& to, int plane) const;
     /// Makes to a view of all planes, of the same format. User data stays here.
     /// @return false when to is this picture (nothing happens) or memory runs out (to is then empty).

@@ -4,13 +4,20 @@
 
 #include <exception>
 
+#include "orvel/sys/loop_order.h"
+
 namespace Orvel {
 
-/// Runs body over bands of [first, last) on all cores. What a band throws reaches the caller; the other bands keep what
-/// they wrote.
-template <class Body>
-void forEachBand(int first, int last, const Body& body) {
-    tbb::parallel_for(tbb::blocked_range<int>(first, last, 1), body, tbb::auto_partitioner());
+/// Runs body over bands of [first, last), cut by partitioner, on all cores. What a band throws reaches the caller; the
+/// other bands keep what they wrote.
+template <class Body, class Partitioner = tbb::auto_partitioner>
+void forEachBand(int first, int last, const Body& body, const Partitioner& partitioner = {}) {
+    OrvelSys::LoopOrder order;
+    const auto band = [&](const tbb::blocked_range<int>& rows) {
+        const OrvelSys::LoopOrder::Band entered(order);
+        body(rows);
+    };
+    tbb::parallel_for(tbb::blocked_range<int>(first, last, 1), band, partitioner);
 }
 
 /// Runs body over bands of [0, rows) on all cores.

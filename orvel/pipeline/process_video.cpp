@@ -122,6 +122,7 @@ bool ProcessVideo<T>::buildStages() {
     const bool newRate =
         params_.srcFrameRateNum != params_.dstFrameRateNum || params_.srcFrameRateDen != params_.dstFrameRateDen;
     if (deinterlacing || params_.mctfEnable || newRate) return false;  // these stages do not exist yet
+    if (params_.cropWidth < 0 || params_.cropHeight < 0) return false;  // validation bounds a crop by its end alone
 
     if (params_.cropWidth != params_.dstCropWidth || params_.cropHeight != params_.dstCropHeight) {
         resizer_.reset(allocateResizer());

@@ -66,6 +66,7 @@ void plainColumns(const TapTable& table, const ColumnLayout::Tile& tile, const s
 
 using DColumns = hn::CappedTag<std::int16_t, 16>;
 using DSums = hn::Repartition<std::int32_t, DColumns>;
+using Windows = ColumnLayout::Windows;
 inline constexpr int blocksPerVector = int(hn::MaxLanes(DColumns())) / 8;
 
 /// The tables of a ColumnLayout by value: what the loops write cannot change these pointers, and the compiler sees it.
@@ -99,42 +100,49 @@ HWY_INLINE auto loadWindow(const std::int16_t* t, const std::int32_t* start) {
     }
 }
 
-enum class Windows { shared, one, two };
+/// Four samples for each block, two pairs of neighbours picked for each by the byte indices; indices from 16 on mean
+/// the second window.
+template <class V16, class V8>
+HWY_INLINE V16 pick(V16 window, V16 second, V8 index) {
+    const DColumns d16;
+    const hn::Repartition<std::uint8_t, DColumns> d8;
+    // What is not in a window gets an index with the top bit set, for which the lookup gives zero.
+    const auto inFirst = hn::And(hn::Add(index, hn::Set(d8, std::uint8_t{0x70})), hn::Set(d8, std::uint8_t{0x8F}));
+    const auto inSecond = hn::Sub(index, hn::Set(d8, std::uint8_t{16}));
+    return hn::Or(hn::TableLookupBytesOr0(window, hn::BitCast(d16, inFirst)),
+                  hn::TableLookupBytesOr0(second, hn::BitCast(d16, inSecond)));
+}
 
 /// The sums of the block (or two blocks) b of the layout.
 template <int kPairs, Windows kWindows>
 HWY_INLINE auto windowSums(const ColumnTables& tables, std::size_t b, const std::int16_t* t0, const std::int16_t* t1) {
-    constexpr std::size_t windows = kWindows == Windows::two ? 2 : 1;
     const DColumns d16;
     const hn::Repartition<std::uint8_t, DColumns> d8;
     const DSums d32;
     const std::size_t pairs = kPairs != 0 ? std::size_t{kPairs} : tables.pairs, half = b / 2, side = b % 2;
-    const std::uint8_t* shuffle = tables.shuffle + half * windows * 32 + side * 16;
     const std::int16_t* taps = tables.taps + half * pairs * 16 + side * 8;
     const std::int32_t* start = tables.start + b;
-    auto index = hn::LoadU(d8, shuffle);
-    const auto next = hn::LoadU(d8, shuffle + (windows - 1) * 32);
+    constexpr int next = kWindows == Windows::two ? 8 : 0;
+    auto index = hn::LoadU(d8, tables.shuffle + b * 16);
     auto window0 = loadWindow(t0, start), window1 = loadWindow(t1, start);
+    const auto second0 = loadWindow(t0 + next, start), second1 = loadWindow(t1 + next, start);
     auto s0 = hn::Zero(d32), s1 = s0, r0 = s0, r1 = s0;
     for (std::size_t p = 0; p < pairs; ++p) {
-        if (p > 0 && kWindows == Windows::shared) {
-            index = hn::Add(index, hn::Set(d8, std::uint8_t{4}));
-        } else if (p > 0) {
+        if (p > 0 && kWindows == Windows::onePerPair) {
             window0 = loadWindow(t0 + 2 * p, start);
             window1 = loadWindow(t1 + 2 * p, start);
+        } else if (p > 0) {
+            index = hn::Add(index, hn::Set(d8, std::uint8_t{4}));
         }
-        const auto pair = [&](auto window, const std::int16_t* t) HWY_ATTR {
-            if constexpr (kWindows == Windows::two) {
-                const auto rest = loadWindow(t + 2 * p + 8, start);
-                return hn::Or(hn::TableLookupBytesOr0(window, hn::BitCast(d16, index)),
-                              hn::TableLookupBytesOr0(rest, hn::BitCast(d16, next)));
-            } else {
+        const auto pair = [&](auto window, auto second) HWY_ATTR {
+            if constexpr (kWindows == Windows::two)
+                return pick(window, second, index);
+            else
                 return hn::TableLookupBytes(window, hn::BitCast(d16, index));
-            }
         };
         const auto weights = hn::LoadU(d16, taps + p * 16);
-        addPairs(d32, pair(window0, t0), weights, s0, r0);
-        addPairs(d32, pair(window1, t1), weights, s1, r1);
+        addPairs(d32, pair(window0, second0), weights, s0, r0);
+        addPairs(d32, pair(window1, second1), weights, s1, r1);
     }
     return SumPair<decltype(s0)>{{hn::RearrangeToOddPlusEven(s0, r0), hn::RearrangeToOddPlusEven(s1, r1)}};
 }
@@ -256,9 +264,14 @@ HWY_INLINE void horizontalPass(const ResizePlan& plan, const ColumnLayout::Tile&
     if (layout.form == ColumnLayout::Form::dots)
         return layout.dotLength == 16 ? dotColumns<Finish, 16>(plan, tile, rows)
                                       : dotColumns<Finish, 0>(plan, tile, rows);
-    if (layout.shared) return windowColumns<Finish, Windows::shared>(plan, tile, rows);
-    if (layout.windows == 1) return windowColumns<Finish, Windows::one>(plan, tile, rows);
-    windowColumns<Finish, Windows::two>(plan, tile, rows);
+    switch (layout.windows) {
+        case Windows::one:
+            return windowColumns<Finish, Windows::one>(plan, tile, rows);
+        case Windows::onePerPair:
+            return windowColumns<Finish, Windows::onePerPair>(plan, tile, rows);
+        case Windows::two:
+            return windowColumns<Finish, Windows::two>(plan, tile, rows);
+    }
 #endif
 }
 

@@ -25,21 +25,11 @@ int widestBlock(const TapTable& table) noexcept {
     return samples;
 }
 
-/// Which form is cheaper: vector operations for eight destination samples, counted from the two loops.
-bool windowsPay(int windows, int pairs, int length) noexcept {
-    if (windows > 2) return false;
-    const int windowCost = pairs * (windows == 1 ? 5 : 9), dotCost = 16 * ((length + 15) / 16) + 24;
-    return windowCost <= dotCost;
-}
-
 }  // namespace
 
 ColumnLayout::ColumnLayout(const TapTable& table) {
     if (!cutTiles(table)) return;
-    pairs = table.stride() / 2;
-    windows = (widestBlock(table) + 2 + windowSamples - 1) / windowSamples;
-    shared = widestBlock(table) + table.stride() <= windowSamples;
-    if (windowsPay(windows, pairs, table.length()))
+    if (chooseWindows(table))
         layWindows(table);
     else
         layDots(table);
@@ -48,6 +38,19 @@ ColumnLayout::ColumnLayout(const TapTable& table) {
         for (int i = tile.firstGroup * perGroup; i < tile.lastGroup * perGroup; ++i)
             start[static_cast<std::size_t>(i)] -= tile.begin;
     }
+}
+
+/// @return false when dot products are cheaper, by the vector operations that the loops take for eight samples.
+bool ColumnLayout::chooseWindows(const TapTable& table) {
+    const int span = widestBlock(table), all = span + table.stride();
+    pairs = table.stride() / 2;
+    const int dotCost = 16 * ((table.length() + 15) / 16) + 24;
+    if (span + 2 <= windowSamples) {
+        windows = all <= windowSamples ? Windows::one : Windows::onePerPair;
+        return pairs * 5 <= dotCost;
+    }
+    windows = Windows::two;
+    return all <= 2 * windowSamples && pairs * 7 <= dotCost;
 }
 
 /// Cuts the row into tiles of as many groups as fit. @return false when one group does not.
@@ -68,29 +71,23 @@ bool ColumnLayout::cutTiles(const TapTable& table) {
 
 void ColumnLayout::layWindows(const TapTable& table) {
     form = Form::windows;
-    const auto groups = static_cast<std::size_t>(groupsOf(table));
-    const auto pairCount = static_cast<std::size_t>(pairs), windowCount = static_cast<std::size_t>(windows);
     constexpr int blockOrder[] = {0, 2, 1, 3};
-    start.resize(groups * 4);
-    shuffle.assign(groups * 64 * windowCount, 0x80);
-    taps.assign(groups * 32 * pairCount, 0);
-    for (std::size_t b = 0; b < groups * 4; ++b) {
+    const auto blocks = static_cast<std::size_t>(groupsOf(table)) * 4, pairCount = static_cast<std::size_t>(pairs);
+    start.resize(blocks);
+    shuffle.resize(blocks * 16);
+    taps.assign(blocks * pairCount * 8, 0);
+    for (std::size_t b = 0; b < blocks; ++b) {
         const std::size_t half = b / 2, side = b % 2;
         const int x0 = static_cast<int>(b / 4) * group + block * blockOrder[b % 4];
         start[b] = firstOf(table, x0);
-        for (int i = 0; i < block; ++i) {
-            // The bytes of samples at and at + 1 of the windows, put into 32-bit lane i.
-            const int at = firstOf(table, x0 + i) - start[b];
-            for (int byte = 0; byte < 4; ++byte) {
-                const int from = 2 * at + byte;
-                const auto window = static_cast<std::size_t>(from / 16);
-                shuffle[((half * windowCount + window) * 2 + side) * 16 + static_cast<std::size_t>(4 * i + byte)] =
-                    static_cast<std::uint8_t>(from % 16);
-            }
-            if (x0 + i >= table.size()) continue;
+        for (std::size_t i = 0; i < block; ++i) {
+            const int x = x0 + static_cast<int>(i);
+            for (std::size_t byte = 0; byte < 4; ++byte)  // of two neighbouring samples
+                shuffle[b * 16 + 4 * i + byte] =
+                    static_cast<std::uint8_t>(2 * (firstOf(table, x) - start[b]) + int(byte));
+            if (x >= table.size()) continue;
             for (std::size_t p = 0; p < pairCount; ++p)
-                std::copy_n(table.taps(x0 + i) + 2 * p, 2,
-                            &taps[((half * pairCount + p) * 2 + side) * 8 + static_cast<std::size_t>(2 * i)]);
+                std::copy_n(table.taps(x) + 2 * p, 2, &taps[((half * pairCount + p) * 2 + side) * 8 + 2 * i]);
         }
     }
 }

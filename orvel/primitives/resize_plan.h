@@ -10,13 +10,20 @@ namespace Orvel::primitives {
 /// The horizontal tap lists, laid out for vectors that make `group` destination samples at a time out of a row of
 /// 16-bit samples.
 ///
-/// Form windows: four neighbouring samples (a block, 16 bytes) take each pair of taps out of one or two windows of
-/// eight source samples with a byte shuffle; where all their samples lie in one window, all pairs share it. The blocks
-/// of a group stand in the order 0, 2, 1, 3, because packing two 256-bit vectors of sums joins their lower halves
-/// first. Form dots: each sample has its taps in one piece, padded with zeros to a multiple of 16. Form chunks: a group
-/// needs more source samples than a tile holds; the plain tap table is used piece by piece.
+/// Form windows: four neighbouring samples (a block, 16 bytes) take each pair of taps out of windows of eight source
+/// samples with a byte shuffle. The blocks of a group stand in the order 0, 2, 1, 3, because packing two 256-bit
+/// vectors of sums joins their lower halves first.
+///
+/// Form dots: each sample has its taps in one piece, padded with zeros to a multiple of 16.
+///
+/// Form chunks: a group needs more source samples than a tile holds; the plain tap table is used piece by piece.
 struct ColumnLayout {
     enum class Form : std::uint8_t { windows, dots, chunks };
+    enum class Windows : std::uint8_t {
+        one,         ///< one window holds the samples of all pairs of a block
+        onePerPair,  ///< one window holds those of a pair; the next pair's begins two samples later
+        two,         ///< two windows side by side hold all
+    };
     /// Destination groups [firstGroup, lastGroup) and the source columns [begin, end) that they need.
     struct Tile {
         int firstGroup, lastGroup, begin, end;
@@ -31,16 +38,16 @@ struct ColumnLayout {
     explicit ColumnLayout(const TapTable& table);  ///< throws std::bad_alloc
 
     Form form = Form::chunks;
-    int pairs = 0;                    ///< windows: pairs of taps of a list
-    int windows = 0;                  ///< windows: loads of eight samples that a pair of taps of a block needs, 1 or 2
-    bool shared = false;              ///< windows: one window holds the samples of all pairs of a block
-    int dotLength = 0;                ///< dots: taps of a list
-    std::vector<std::int32_t> start;  ///< first source sample, from the tile's begin: of each block, or of each list
-    std::vector<std::uint8_t> shuffle;  ///< windows: [group][half][window][2 blocks][16]; 128 and above gives zero
+    Windows windows = Windows::one;
+    int pairs = 0;                      ///< windows: pairs of taps of a list
+    int dotLength = 0;                  ///< dots: taps of a list
+    std::vector<std::int32_t> start;    ///< first source sample, from the tile's begin: of each block, or of each list
+    std::vector<std::uint8_t> shuffle;  ///< windows: [block][16], byte indices of the first pair; each next pair adds 4
     std::vector<std::int16_t> taps;     ///< windows: [group][half][pair][2 blocks][8]; dots: [sample][dotLength]
     std::vector<Tile> tiles;
 
 private:
+    bool chooseWindows(const TapTable& table);
     void layWindows(const TapTable& table);
     void layDots(const TapTable& table);
     bool cutTiles(const TapTable& table);

@@ -253,7 +253,8 @@ HWY_INLINE void verticalPass(const RowTaps<std::uint8_t>& rows, int begin, int e
             case 3:
                 return sumRows8<3>(rows, begin, end, sink);
             default:
-                return sumRows8<0>(rows, begin, end, sink);
+                return rows.pairs() <= 32 ? sumRows8<upTo32Pairs>(rows, begin, end, sink)
+                                          : sumRows8<anyPairs>(rows, begin, end, sink);
         }
     }
 #endif
@@ -273,7 +274,8 @@ HWY_INLINE void verticalPass16(const RowTaps<std::uint16_t>& rows, int begin, in
             case 3:
                 return sumRows16<kShift, 3>(rows, begin, end, sink);
             default:
-                return sumRows16<kShift, 0>(rows, begin, end, sink);
+                return rows.pairs() <= 32 ? sumRows16<kShift, upTo32Pairs>(rows, begin, end, sink)
+                                          : sumRows16<kShift, anyPairs>(rows, begin, end, sink);
         }
     }
 #endif

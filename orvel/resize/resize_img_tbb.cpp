@@ -1,9 +1,10 @@
 #include "orvel/resize/resize_img_tbb.h"
 
 #include <tbb/blocked_range.h>
-#include <tbb/parallel_for.h>
 
 #include <stdexcept>
+
+#include "orvel/img/parallel_rows.h"
 
 namespace Orvel {
 namespace {
@@ -69,8 +70,7 @@ void ResizeImgTbb::deallocate() {
 
 bool ResizeImgTbb::resize(Img& dst, Img& src) {
     if (src.numPlanes() != planes_ || dst.numPlanes() != planes_) return false;
-    tbb::parallel_for(tbb::blocked_range<int>(0, planes_, 1), ResizePlanesTbb(resizers_, dst, src),
-                      tbb::simple_partitioner());
+    forEachBand(0, planes_, ResizePlanesTbb(resizers_, dst, src), tbb::simple_partitioner());  // a task for each plane
     return true;
 }
 

@@ -1,8 +1,8 @@
+#include "orvel/img/parallel_rows.h"
 #include "orvel/img/img_kernels.h"
 
 #include <gtest/gtest.h>
 #include <tbb/global_control.h>
-#include <tbb/parallel_for.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -37,18 +37,13 @@ struct Pictures {
     Img imgA, imgB, imgD;
 };
 
-template <class Body>
-void runOnAllRows(const Body& body, int rows) {
-    tbb::parallel_for(Rows(0, rows, 1), body, tbb::auto_partitioner());
-}
-
 /// Runs body with 1, 2 and 4 threads and compares plane d with model(x, y).
 template <class Body>
 void expectResult(Pictures& p, const Body& body, const std::function<int(int, int)>& model, const char* name) {
     for (std::size_t threads : {1u, 2u, 4u}) {
         const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
         p.d.fill(0xCC);
-        runOnAllRows(body, p.d.height());
+        forEachBand(0, p.d.height(), body);
         for (int y = 0; y < p.d.height(); ++y)
             for (int x = 0; x < p.d.width(); ++x)
                 ASSERT_EQ(p.d.at(x, y), std::uint8_t(model(x, y)))
@@ -127,9 +122,9 @@ TEST(Kernels, HandExamples) {
 
 TEST(Kernels, WorkInPlace) {
     Pictures p(33, 9), q(33, 9);
-    runOnAllRows(Img::CAddCU8(&p.imgA, &p.imgA, 0, 0, 50, 0), 9);
-    runOnAllRows(Img::CGainU8(&p.imgA, &p.imgA, 0, 0, 2, 1), 9);  // two halves make a whole
-    runOnAllRows(Img::CAbsDiffGainU8(&p.imgA, &p.imgA, &p.imgB, 0, 0, 0, 2), 9);
+    forEachBand(0, 9, Img::CAddCU8(&p.imgA, &p.imgA, 0, 0, 50, 0));
+    forEachBand(0, 9, Img::CGainU8(&p.imgA, &p.imgA, 0, 0, 2, 1));  // two halves make a whole
+    forEachBand(0, 9, Img::CAbsDiffGainU8(&p.imgA, &p.imgA, &p.imgB, 0, 0, 0, 2));
     for (int y = 0; y < 9; ++y)
         for (int x = 0; x < 33; ++x)
             ASSERT_EQ(p.a.at(x, y), saturate(2 * std::abs(saturate(q.a.at(x, y) + 50) - q.b.at(x, y))))
@@ -179,7 +174,7 @@ TEST(Kernels, NameTheFailedPrimitive) {
     }
     EXPECT_EQ(failure(Img::CGainU8(&empty, a, 0, 0, 1, 0), Rows(0, 4)), "none") << "a gain of 1 looks at nothing";
     EXPECT_EQ(failure(Img::CSet<int>(&empty, 0, 3, 1), Rows(0, 9)), "none");
-    EXPECT_EQ(failure([&](const Rows& rows) { runOnAllRows(Img::CCopyU8(&low, a, 0), rows.end()); }, Rows(0, 4)),
+    EXPECT_EQ(failure([&](const Rows& rows) { forEachBand(0, rows.end(), Img::CCopyU8(&low, a, 0)); }, Rows(0, 4)),
               "ippiCopy_8u_C1R failed")
         << "through the parallel loop";
     EXPECT_TRUE(p.a.guardsIntact() && p.b.guardsIntact() && p.d.guardsIntact());

@@ -245,6 +245,9 @@ TEST(ProcessVideo, AnEngineIsAllocatedOnce) {
     auto refused = sized<I420Img>(64, 48);
     refused.cropX = 65;
     EXPECT_FALSE(engine.allocate(refused));
+    auto negative = sized<I420Img>(64, 48);
+    negative.cropHeight = -8;
+    EXPECT_FALSE(ProcessVideo<I420Img>().allocate(negative));
     ASSERT_TRUE(engine.allocate(p));
     bool ok = false;
     I420Img* out = engine.process(*picture<I420Img>(64, 48), ok);

@@ -134,6 +134,16 @@ TEST_P(ResizePlaneTest, VeryWidePlanesEqualTheFormulas) {
         }
 }
 
+// Columns of more source rows than any list of row pointers holds at once.
+TEST_P(ResizePlaneTest, StrongVerticalReductionsEqualTheFormulas) {
+    std::mt19937 rng(14);
+    for (const ResizeMethod& method : allMethods())
+        for (const Sizes& s : {Sizes{66, 64, 40, 1}, {66, 66, 66, 1}, {353, 289, 352, 3}, {70, 1200, 33, 2}}) {
+            compareBothDepths(method, s, rng);
+            if (HasFatalFailure()) return;
+        }
+}
+
 // ---- worked examples
 
 template <class Sample>
