@@ -30,11 +30,10 @@ void catchSignals() {
     struct sigaction action = {};
     action.sa_handler = [](int signal) { caughtSignal = signal; };
     // No SA_RESTART: a read that waits for a pipe must return to be able to notice.
-    for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        struct sigaction inherited = {};
-        sigaction(signal, &action, &inherited);
-        if (inherited.sa_handler == SIG_IGN) sigaction(signal, &inherited, nullptr);  // nohup, background jobs
-    }
+    for (int signal : {SIGINT, SIGTERM}) sigaction(signal, &action, nullptr);
+    struct sigaction inherited = {};
+    sigaction(SIGHUP, &action, &inherited);
+    if (inherited.sa_handler == SIG_IGN) sigaction(SIGHUP, &inherited, nullptr);
     action.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &action, nullptr);
 }

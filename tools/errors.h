@@ -41,7 +41,7 @@ private:
 };
 
 /// From here on SIGINT, SIGTERM and SIGHUP only leave a mark, so that temporary files get removed, and writing to a
-/// closed pipe is an ordinary error. What the caller of the program had ignored stays ignored.
+/// closed pipe is an ordinary error. A SIGHUP that the program was started to ignore (nohup) stays ignored.
 void catchSignals();
 /// Throws Interrupted when a signal left its mark.
 void throwIfInterrupted();

@@ -1,5 +1,6 @@
 #include "orvel/pipeline/process_video.h"
 
+#include <algorithm>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -42,6 +43,34 @@ bool convertTo(YV16Img& dst, Img& src, bool) {
 bool convertTo(HY16Img& dst, Img& src, bool) {
     return src.getFormat() == V216Img::getClassFormat() &&
            asTyped<V216Img>(src, [&](V216Img& img) { return ConvertImg::V216ToHY16(dst, img); });
+}
+
+/// Fills what of a plane lies behind its top left width x height pixels: the last row and column are repeated, a plane
+/// without any is 128 throughout.
+void fillFromEdge(Img& img, int plane, int width, int height) {
+    if (width == img.getWidth(plane) && height == img.getHeight(plane)) return;
+    if (width <= 0 || height <= 0) {
+        static_cast<void>(img.setPlane(plane, 128));  // fails only where there is no pixel to fill
+        return;
+    }
+    const auto bytes = planeView<std::uint8_t>(img, plane);
+    const int bpp = img.getBpp(plane);
+    for (int y = 0; y < height; ++y)
+        for (int x = width * bpp; x < bytes.width; ++x) bytes.row(y)[x] = bytes.row(y)[x - bpp];
+    for (int y = height; y < bytes.height; ++y) std::copy_n(bytes.row(height - 1), bytes.width, bytes.row(y));
+}
+
+/// The same for every plane behind what a view of as much of it holds. Scaled to the chroma planes of odd sizes, a
+/// rectangle may come out a row or column smaller than the plane it is to fill.
+void fillFromEdges(Img& img, const Img& view) {
+    for (int p = 0; p < img.numPlanes(); ++p) fillFromEdge(img, p, view.getWidth(p), view.getHeight(p));
+}
+
+/// The same for an odd last row, which the conversion to 4:2:0 leaves out.
+void fillOddRow(Img& img) {
+    if (img.getFormat() != I420Img::getClassFormat()) return;
+    const int pairs = img.getHeight(0) / 2;
+    for (int p = 0; p < img.numPlanes(); ++p) fillFromEdge(img, p, img.getWidth(p), p == 0 ? 2 * pairs : pairs);
 }
 
 }  // namespace
@@ -202,10 +231,13 @@ T* ProcessVideo<T>::cropConvert(Img& src, bool& ok) {
     Img roi;
     src.getShadowRoi(roi, {params_.cropX, params_.cropY}, {params_.cropWidth, params_.cropHeight});
     if (roi.numPlanes() != src.numPlanes()) return nullptr;  // memory ran out
-    if (isIMGPLANAR(src))
+    if (isIMGPLANAR(src)) {
         copyPlanes(roi, *out.img);
-    else if (!ConvertToIMGPLANAR(out.img, &roi, !params_.srcProgressive))
-        return nullptr;
+        fillFromEdges(*out.img, roi);
+    } else {
+        if (!ConvertToIMGPLANAR(out.img, &roi, !params_.srcProgressive)) return nullptr;
+        fillOddRow(*out.img);
+    }
     if (params_.keepUserData) Img::moveUserData(*out.img, src);
     ok = true;
     return out.handOn();
@@ -226,6 +258,7 @@ T* ProcessVideo<T>::resize(T* in, bool& ok) {
         out.img->getShadowRoi(view, {params_.dstCropX, params_.dstCropY},
                               {params_.dstCropWidth, params_.dstCropHeight});
         ok = scaleInto(view, *in);
+        if (!hasDstCropping()) fillFromEdges(*out.img, view);  // else the background is there
     }
     if (params_.keepUserData && ok) Img::moveUserData(*out.img, *in);
     return ok ? out.handOn() : nullptr;

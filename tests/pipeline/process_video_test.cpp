@@ -315,6 +315,37 @@ TEST(ProcessVideo, AllocateAndProcessSurviveAHeapThatFails) {
     EXPECT_GT(failures, 20);
 }
 
+template <class T, class Src>
+std::vector<std::uint8_t> onHeapFilledWith(int value, ProcessVideoParams<T> p) {
+    const test::HeapFill fill(value);
+    ProcessVideo<T> engine;
+    EXPECT_TRUE(engine.allocate(p));
+    return bytesOf(*run(engine, *picture<Src>(p.srcWidth, p.srcHeight)));
+}
+
+TEST(ProcessVideo, NoByteOfAnOddPictureIsLeftAsTheMemoryCame) {
+    const auto check = []<class T, class Src>(T, Src, ProcessVideoParams<T> p) {
+        const auto zeros = onHeapFilledWith<T, Src>(0, p), ones = onHeapFilledWith<T, Src>(255, p);
+        EXPECT_EQ(zeros, ones) << p.srcWidth << "x" << p.srcHeight << " to " << p.dstWidth << "x" << p.dstHeight;
+    };
+    auto p = sized<I420Img>(65, 48);
+    p.cropWidth = 16, p.cropHeight = 7;
+    check(I420Img(), I420Img(), p);
+    check(I420Img(), UYVYImg(), p);
+    p.cropWidth = 2, p.cropHeight = 1;
+    check(I420Img(), I420Img(), p);
+    for (const int height : {46, 47}) {  // the chroma rows of a rectangle as high as 47 are rounded to 23
+        auto scaled = sized<I420Img>(64, 48);
+        scaled.dstHeight = height;
+        check(I420Img(), I420Img(), scaled);
+        scaled.srcProgressive = scaled.dstProgressive = false;
+        check(I420Img(), UYVYImg(), scaled);
+    }
+    auto wide = sized<YV16Img>(65, 48);
+    wide.cropX = 1, wide.cropWidth = 16;
+    check(YV16Img(), YV16Img(), wide);
+}
+
 TEST(ProcessVideo, AFailedScalingGivesTheUserDataBackToTheSource) {
     auto p = sized<I420Img>(64, 48);
     p.cropWidth = 1, p.cropHeight = 6;  // no chroma column

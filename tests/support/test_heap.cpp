@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 namespace {
@@ -13,6 +14,13 @@ std::atomic<int> allRequests{0}, largeRequests{0};
 thread_local int granted = -1;  // -1: everything
 thread_local int refused = 0;
 
+std::atomic<int> fillValue{-1};  // -1: memory stays as it comes
+
+void* obtain(std::size_t bytes, std::size_t alignment) noexcept {
+    if (alignment <= alignof(std::max_align_t)) return std::malloc(bytes > 0 ? bytes : 1);
+    return std::aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
+}
+
 void* request(std::size_t bytes, std::size_t alignment) noexcept {
     ++allRequests;
     if (bytes >= large) ++largeRequests;
@@ -21,8 +29,10 @@ void* request(std::size_t bytes, std::size_t alignment) noexcept {
         return nullptr;
     }
     if (granted > 0) --granted;
-    if (alignment <= alignof(std::max_align_t)) return std::malloc(bytes > 0 ? bytes : 1);
-    return std::aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
+    void* const p = obtain(bytes, alignment);
+    const int value = fillValue;
+    if (p != nullptr && value >= 0) std::memset(p, value, bytes);
+    return p;
 }
 
 void* requestOrThrow(std::size_t bytes, std::size_t alignment) {
@@ -41,6 +51,12 @@ FailingHeap::FailingHeap(int requests) noexcept {
 }
 FailingHeap::~FailingHeap() {
     granted = -1;
+}
+HeapFill::HeapFill(int value) noexcept {
+    fillValue = value;
+}
+HeapFill::~HeapFill() {
+    fillValue = -1;
 }
 int allocations() noexcept {
     return allRequests;

@@ -12,8 +12,17 @@ public:
     FailingHeap& operator=(const FailingHeap&) = delete;
 };
 
-/// Requests of the whole program so far: all, and those for 16 KiB and more, which in these tests are planes and scratch
-/// rows, never list nodes.
+/// While it lives, all memory that is handed out is filled with a value.
+class HeapFill {
+public:
+    explicit HeapFill(int value) noexcept;
+    ~HeapFill();
+    HeapFill(const HeapFill&) = delete;
+    HeapFill& operator=(const HeapFill&) = delete;
+};
+
+/// Requests of the whole program so far: all, and those for 16 KiB and more, which in these tests are planes and
+/// scratch rows, never list nodes.
 int allocations() noexcept;
 int largeAllocations() noexcept;
 

@@ -190,6 +190,20 @@ TEST_F(RunTest, AnInterruptionEndsTheWaitForANamedPipe) {
     }
 }
 
+TEST_F(RunTest, ARunThatIgnoresHangupsOutlivesTheTerminal) {
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    const auto previous = signal(SIGHUP, SIG_IGN);
+    const pid_t child = start("convert - b.y4m --format i420 --size 48x32 <pipe");
+    signal(SIGHUP, previous);
+    const int pipe = open(path("pipe").c_str(), O_WRONLY);
+    for (int i = 0; i < 500 && files().size() < 4; ++i)  // the pipe, .out, .err and the temporary file
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    kill(child, SIGHUP);
+    EXPECT_EQ(::write(pipe, clip_.data(), clip_.size()), static_cast<ssize_t>(clip_.size()));
+    close(pipe);
+    EXPECT_EQ(finish(child).exit, 0);
+}
+
 TEST_F(RunTest, AClosedPipeIsAnError) {
     write("a_48x32_.yuv", test::randomBytes(200 * 2304));
     const Outcome outcome = run("convert a_48x32_.yuv - 2>&1 >/dev/null");
