@@ -10,7 +10,7 @@
 namespace OrvelTool {
 
 void writePng(const std::string& path, const BgrSheet& sheet) {
-    AtomicFile file(path);  // first, so that a bad path is told before the work
+    AtomicFile file(path);
     png_image image = {};
     image.version = PNG_IMAGE_VERSION;
     image.width = static_cast<png_uint_32>(sheet.width);

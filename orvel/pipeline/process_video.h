@@ -41,7 +41,7 @@ public:
     [[nodiscard]] static bool validateParams(ProcessVideoParams<T>& out, const ProcessVideoParams<T>& in);
 
     /// Validates p, writes the completed values back into p and builds the stages. On success the engine owns
-    /// p.deinterlaceParams, also one that the caller supplied.
+    /// p.deinterlaceParams, also one that the caller supplied: set it to null before p is used for another engine.
     /// @return false when p is refused (the engine is then as it was), a stage cannot be built, the destination
     /// rectangle of a scaling pipeline leaves the canvas, or the engine was deallocated before; the engine is then
     /// deallocated and a deinterlaceParams that the caller supplied is still the caller's.

@@ -22,7 +22,9 @@ struct ProcessVideoParams {
     bool srcProgressive = true;  ///< false: two fields in each picture
     std::uint32_t srcFrameRateNum = 30;
     std::uint32_t srcFrameRateDen = 1;
-    std::int32_t cropX = 0;  ///< the part of the source that is processed
+    /// The part of the source that is processed. An odd cropX of a packed 4:2:2 source begins at a Cr byte and so
+    /// exchanges Cb and Cr.
+    std::int32_t cropX = 0;
     std::int32_t cropY = 0;
     std::int32_t cropWidth = 0;   ///< 0: srcWidth - cropX
     std::int32_t cropHeight = 0;  ///< 0: srcHeight - cropY
