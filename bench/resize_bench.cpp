@@ -34,13 +34,19 @@ struct Method {
     int zimg, swscale, opencv;
 };
 
+/// Gives img rows of whole 64 bytes, which zimg asks for.
+template <class T>
+void padded(T& img, Size size) {
+    T tight;
+    if (!tight.allocate(size.width, size.height, T::getClassBpp()) || !tight.replicate(img, 64)) std::abort();
+}
+
 template <class T>
 struct Pictures {
     T src, dst;
     Pictures(Size from, Size to) {
-        if (!src.allocate(from.width, from.height, T::getClassBpp()) ||
-            !dst.allocate(to.width, to.height, T::getClassBpp()))
-            std::abort();
+        padded(src, from);
+        padded(dst, to);
         for (int p = 0; p < src.numPlanes(); ++p)
             for (int y = 0; y < src.getHeight(p); ++y)
                 for (int i = 0; i < src.getWidth(p) * src.getBpp(p); ++i)
