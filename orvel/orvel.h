@@ -2,6 +2,9 @@
 // Everything public of the library.
 #include "orvel/convert/convert_img.h"
 #include "orvel/deinterlace/deinterlace_params.h"
+#include "orvel/framerate/frame_rate_convert.h"
+#include "orvel/framerate/frame_rate_convert_params.h"
+#include "orvel/framerate/interpolate_img.h"
 #include "orvel/img/all_formats.h"
 #include "orvel/img/format_info.h"
 #include "orvel/img/img.h"
