@@ -13,18 +13,26 @@ mkdir -p "$out"
 made() { printf '%-34s %9s bytes  %s\n' "$out/$1" "$(wc -c <"$out/$1")" "$2"; }
 
 # 4:2:0 in, 4:2:0 out: the middle of the picture enlarged onto a 720x576 canvas with a dark blue border.
-"$tool" process "$media/walkway_352x288_30p.yuv" "$out/walkway_720x576_30p.yuv" --rate 30 --scan progressive \
+"$tool" process "$media/walkway_352x288_30p.yuv" "$out/walkway_720x576_30p.yuv" --rate 30 --field-order progressive \
     --crop 320x240+16+24 --canvas 720x576 --place 640x480+40+48 --interp lanczos --background 41,160,118
 made walkway_720x576_30p.yuv "4:2:0: middle of the picture, enlarged, on a canvas with a border"
 
 # Packed 4:2:2 in, Y4M 4:2:2 out: each field is reduced by itself, so the result is interlaced as well.
-"$tool" process "$media/roof_720x576_25i_tff.uyvy" "$out/roof.y4m" --rate 25 --scan tff \
+"$tool" process "$media/roof_720x576_25i_tff.uyvy" "$out/roof.y4m" --rate 25 --field-order tff \
     --crop 704x560+8+8 --canvas 640x480 --place 528x420+56+30 --background 60,110,110
 made roof.y4m "4:2:2 interlaced: reduced field by field, on a canvas with a border"
+
+# The same clip made progressive.
+"$tool" process "$media/roof_720x576_25i_tff.uyvy" "$out/roof_progressive.y4m" --rate 25 --field-order tff \
+    --deinterlace cavt
+made roof_progressive.y4m "4:2:2 interlaced: deinterlaced"
 
 "$tool" preview "$media/walkway_352x288_30p.yuv" "$out/walkway.png" --frames 4 --columns 2 \
     --beside "$out/walkway_720x576_30p.yuv"
 made walkway.png "source and result side by side"
-"$tool" preview "$media/roof_720x576_25i_tff.uyvy" "$out/roof.png" --frames 2 --columns 1 --scan tff \
+"$tool" preview "$media/roof_720x576_25i_tff.uyvy" "$out/roof.png" --frames 2 --columns 1 --field-order tff \
     --beside "$out/roof.y4m"
 made roof.png "source and result side by side"
+"$tool" preview "$media/roof_720x576_25i_tff.uyvy" "$out/roof_progressive.png" --frames 2 --columns 1 \
+    --field-order tff --beside "$out/roof_progressive.y4m"
+made roof_progressive.png "source and result side by side"

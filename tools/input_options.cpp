@@ -9,7 +9,9 @@ void addInputOptions(CLI::App& verb, InputOptions& options) {
     verb.add_option("--format", options.format, "y4m, i420, yv16, hy16, uyvy, yuyv, v216 or bgr; else by extension")
         ->group(group);
     verb.add_option("--rate", options.rate, "frames a second, such as 25 or 30000/1001")->group(group);
-    verb.add_option("--scan", options.scan, "progressive, tff or bff: top or bottom field first")->group(group);
+    verb.add_option("--field-order,--scan", options.scan,
+                    "progressive, tff or bff (top or bottom field first); also against what a Y4M header tells")
+        ->group(group);
     verb.add_option("--odd-chroma", options.oddChroma,
                     "chroma columns of odd widths in headerless planar files, read or written: down (default) for "
                     "(W-1)/2, up for (W+1)/2 as many other programs have it; Y4M is always up")

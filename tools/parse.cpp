@@ -6,6 +6,7 @@
 #include <charconv>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "tools/errors.h"
 
@@ -32,6 +33,10 @@ std::optional<std::array<int, N>> matchNumbers(std::string_view pattern, std::st
     return numbers;
 }
 
+// What these names stand for; as decimal fractions they would drift from the clips that bear them.
+constexpr std::pair<const char*, std::uint32_t> ratesOver1001[] = {{"23.976", 24}, {"23.98", 24}, {"29.97", 30},
+                                                                   {"47.952", 48}, {"59.94", 60}, {"119.88", 120}};
+
 [[noreturn]] void refuse(const std::string& option, const std::string& text, const char* form) {
     throw ToolError(ExitCode::usage, option, fmt::format("{} is not understood", text), fmt::format("write {}", form));
 }
@@ -52,9 +57,11 @@ Rectangle parseRectangle(const std::string& option, const std::string& text) {
 }
 
 Ratio parseRate(const std::string& option, const std::string& text) {
+    for (const auto& [name, thousands] : ratesOver1001)
+        if (text == name) return {thousands * 1000, 1001};
     const bool whole = text.find('/') == text.npos;
     const auto numbers = matchNumbers<2>("#/#", whole ? text + "/1" : text);
-    if (!numbers || (*numbers)[0] == 0 || (*numbers)[1] == 0) refuse(option, text, "25 or 30000/1001");
+    if (!numbers || (*numbers)[0] == 0 || (*numbers)[1] == 0) refuse(option, text, "25, 29.97 or 30000/1001");
     return {static_cast<std::uint32_t>((*numbers)[0]), static_cast<std::uint32_t>((*numbers)[1])};
 }
 

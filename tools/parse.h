@@ -19,7 +19,7 @@ struct Rectangle {
 Size parseSize(const std::string& option, const std::string& text);
 /// "WIDTHxHEIGHT+X+Y", with a size that is not 0.
 Rectangle parseRectangle(const std::string& option, const std::string& text);
-/// "25" or "30000/1001".
+/// "25", "30000/1001", or the usual name of a rate over 1001: "23.976", "29.97", "59.94", "119.88".
 Ratio parseRate(const std::string& option, const std::string& text);
 /// "Y,U,V", 0 to 255 each.
 std::array<std::uint8_t, 3> parseColour(const std::string& option, const std::string& text);

@@ -25,38 +25,61 @@ struct PreviewOptions {
     std::string input, output, beside, matrix;
     InputOptions source, besideSource;
     int frames = 8, every = 0, columns = 0, tileWidth = 720;
+    bool fields = false;
 };
 
-// Frames of one clip as tiles of a sheet, reduced by a whole factor.
+// Frames of one clip as tiles of a sheet, reduced by a whole factor; whole, or the top field above the bottom field,
+// each at its own height.
 class TileSource {
 public:
     TileSource(const std::string& path, const InputOptions& options, const PreviewOptions& preview)
         : source_(openSource(path, options)),
           hdtv_(preview.matrix.empty() ? source_->info().height >= 720 : preview.matrix == "709"),
           factor_((source_->info().width + preview.tileWidth - 1) / preview.tileWidth),
+          fields_(preview.fields ? 2 : 1),
           picture_(makePicture(*source_->info().format, source_->info().width, source_->info().height)),
           converter_(*source_->info().format, formatOf<Orvel::BGRImg>(), source_->info().width, source_->info().height,
-                     {source_->info().interlaced(), hdtv_}) {}
+                     {hasFields(source_->info()), hdtv_}) {}
 
     const ClipInfo& info() const { return source_->info(); }
     int width() const { return std::max(1, info().width / factor_); }
-    int height() const { return std::max(1, info().height / factor_); }
+    int height() const {
+        int height = (fields_ - 1) * gap / 2;
+        for (int field = 0; field < fields_; ++field) height += fieldHeight(field);
+        return height;
+    }
 
     bool next() { return source_->read(*picture_); }
     /// Draws the frame of the last next().
     void draw(BgrSheet& sheet, int left, int top) {
         const Img& bgr = converter_.convert(*picture_);
-        for (int y = 0; y < height(); ++y)
-            for (int x = 0; x < width(); ++x)
-                for (int c = 0; c < 3; ++c) sheet.pixel(left + x, top + y)[c] = displayed(mean(bgr, x, y, c));
+        for (int field = 0; field < fields_; ++field) {
+            drawField(sheet, left, top, bgr, field);
+            top += fieldHeight(field) + gap / 2;
+        }
     }
 
 private:
-    int mean(const Img& bgr, int x, int y, int channel) const {
-        const int columns = std::min(factor_, info().width), rows = std::min(factor_, info().height);
+    // Whoever asks for the fields of a clip that nothing is known of takes it for interlaced.
+    bool hasFields(const ClipInfo& clip) const {
+        return clip.interlaced() || (fields_ == 2 && clip.scan == Scan::unknown);
+    }
+    int fieldLines(int field) const { return (info().height - field + fields_ - 1) / fields_; }
+    int fieldHeight(int field) const { return fieldLines(field) == 0 ? 0 : std::max(1, fieldLines(field) / factor_); }
+
+    void drawField(BgrSheet& sheet, int left, int top, const Img& bgr, int field) const {
+        for (int y = 0; y < fieldHeight(field); ++y)
+            for (int x = 0; x < width(); ++x)
+                for (int c = 0; c < 3; ++c) sheet.pixel(left + x, top + y)[c] = displayed(mean(bgr, x, y, c, field));
+    }
+    int mean(const Img& bgr, int x, int y, int channel, int field) const {
+        const int columns = std::min(factor_, info().width), rows = std::min(factor_, fieldLines(field));
         int sum = 0;
         for (int j = 0; j < rows; ++j)
-            for (int i = 0; i < columns; ++i) sum += bgr.getPixel(0, y * factor_ + j, x * factor_ + i)[channel];
+            for (int i = 0; i < columns; ++i) {
+                const int line = (y * factor_ + j) * fields_ + field;
+                sum += bgr.getPixel(0, line, x * factor_ + i)[channel];
+            }
         return (sum + columns * rows / 2) / (columns * rows);
     }
     // PNG viewers expect 0..255 where the BT.709 conversion gives 16..235.
@@ -67,6 +90,7 @@ private:
     std::unique_ptr<FrameSource> source_;
     bool hdtv_;
     int factor_;
+    int fields_;  // pictures that a frame is drawn as
     std::unique_ptr<Img> picture_;
     FormatConverter converter_;
 };
@@ -150,6 +174,8 @@ void addPreview(CLI::App& program) {
     verb->add_option("--columns", options->columns, "pictures in a row")->check(CLI::Range(1, 1000));
     verb->add_option("--tile-width", options->tileWidth, "wider pictures are reduced by a whole factor; default 720")
         ->check(CLI::Range(16, 8192));
+    verb->add_flag("--fields", options->fields,
+                   "show the two fields apart: the top field above the bottom field, each of half the height");
     verb->add_option("--matrix", options->matrix, "601 or 709; default: 709 from 720 lines on")
         ->check(CLI::IsMember({"601", "709"}));
     auto* beside = verb->add_option("--beside", options->beside, "another clip, shown to the right of each picture");

@@ -4,13 +4,15 @@
 #include <memory>
 #include <optional>
 
-#include "orvel/pipeline/process_video.h"
+#include "orvel/img/all_formats.h"
 #include "tools/errors.h"
 #include "tools/format_converter.h"
 #include "tools/media/frame_writer.h"
 #include "tools/media/open_media.h"
-#include "tools/process_plan.h"
-#include "tools/progress.h"
+#include "tools/process/clip_run.h"
+#include "tools/process/process_chain.h"
+#include "tools/process/process_setup.h"
+#include "tools/process/working_format.h"
 #include "tools/verbs.h"
 
 namespace OrvelTool {
@@ -25,44 +27,30 @@ struct ProcessOptions {
     int threads = 0;
 };
 
-// Pushes the clip through the engine; take receives each finished picture.
-template <class T, class Take>
-void pump(ProcessVideo<T>& engine, FrameSource& source, const Take& take) {
-    const ClipInfo& info = source.info();
-    const auto picture = makePicture(*info.format, info.width, info.height);
-    for (std::int64_t frame = 0; source.read(*picture); ++frame) {
-        bool ok = false;
-        for (T* out = engine.process(*picture, ok); out != nullptr; out = engine.isOutputAvailable(ok)) {
-            take(*out);
-            engine.returnImg(out);
-        }
-        if (!ok)
-            throw ToolError(ExitCode::refused, source.name(), fmt::format("frame {} cannot be processed", frame),
-                            "the picture may be too small for the scaling method; try --interp linear");
-    }
+FrameWriter openOutput(const ProcessOptions& options, const OutputKind& kind, ClipInfo info) {
+    info.container = kind.container;
+    info.format = kind.format;
+    info.oddChroma = kind.container == Container::y4m ? OddChroma::up : parseOddChroma(options.source.oddChroma);
+    return FrameWriter(options.output, info);
 }
 
 template <class T>
 void processAs(const ProcessOptions& options, FrameSource& source) {
-    auto params = planParams<T>(parsePlan(options.texts), source.info());
-    ProcessVideo<T> engine;
-    if (!engine.allocate(params))
-        throw ToolError(ExitCode::refused, source.name(), "the engine cannot be set up for these sizes and this method",
-                        "try --interp linear or other sizes");
+    const ProcessPlan plan = parsePlan(options.texts);
+    const ProcessSetup<T> setup = setUpProcess<T>(plan, source.info());
+    ProcessChain chain(setup);
 
-    ClipInfo info = processedInfo(source.info(), params);
+    const ClipInfo& info = setup.output;
     const OutputKind kind = outputKind(options.output, options.outputFormat, *info.format);
     FormatConverter converter(*info.format, *kind.format, info.width, info.height, {info.interlaced(), false});
-    info.container = kind.container;
-    info.format = kind.format;
-    info.oddChroma = kind.container == Container::y4m ? OddChroma::up : parseOddChroma(options.source.oddChroma);
-    FrameWriter writer(options.output, info);
-    Progress progress("process", source.info().frames);
-    pump(engine, source, [&](T& picture) {
-        writer.write(converter.convert(picture));
-        progress.step();
-    });
+    FrameWriter writer = openOutput(options, kind, info);
+    for (const auto& [option, text] : setup.notes) notice(option, text);
+
+    ClipRun run(source, engineInput(source.info(), *info.format), chain,
+                [&](Img& picture) { writer.write(converter.convert(picture)); });
+    run.wholeClip(plan.repeatEnds ? std::optional(setup.ends) : std::nullopt);
     writer.finish();
+    fmt::print(stderr, "orvelvis: process: {}\n", run.ledger().text());
 }
 
 void processClip(const ProcessOptions& options) {
@@ -80,10 +68,48 @@ void processClip(const ProcessOptions& options) {
     }
 }
 
+void addGeometry(CLI::App& verb, ProcessTexts& texts) {
+    const std::string group = "Geometry";
+    verb.add_option("--crop", texts.crop, "WxH+X+Y: the part of the source that is used")->group(group);
+    auto* scale = verb.add_option("--scale", texts.scale, "WxH: size of the picture afterwards")->group(group);
+    auto* canvas = verb.add_option("--canvas", texts.canvas, "WxH: size of the output around it")->group(group);
+    verb.add_option("--place", texts.place, "WxH+X+Y: where the picture goes on the canvas, scaled to this size")
+        ->group(group)
+        ->needs(canvas)
+        ->excludes(scale);
+    verb.add_option("--background", texts.background, "Y,U,V of the canvas, default 16,128,128")
+        ->group(group)
+        ->needs(canvas);
+    verb.add_option("--interp", texts.interp, "scaling method: " + interpNames())->group(group);
+}
+
+void addFieldsAndRate(CLI::App& verb, ProcessTexts& texts) {
+    const std::string group = "Fields and rate";
+    verb.add_option("--deinterlace", texts.deinterlace,
+                    "what becomes of interlaced pictures: off (default) keeps them interlaced, triangle filters "
+                    "vertically, cavt adapts to the content, blend also to the motion over three pictures; 16-bit "
+                    "pictures: triangle only")
+        ->group(group);
+    verb.add_flag("--keep-interlaced", texts.keepInterlaced, "the same as --deinterlace off")->group(group);
+    verb.add_flag("--double-rate", texts.doubleRate, "with --deinterlace blend: a picture of each field")->group(group);
+    auto* fps =
+        verb.add_option("--fps", texts.rate, "pictures a second of the output, such as 50 or 30000/1001")->group(group);
+    verb.add_option("--fps-mode", texts.rateMode,
+                    "how they are made: blend mixes neighbours, nearest repeats or drops; auto (default) blends when "
+                    "the rate goes up")
+        ->group(group)
+        ->needs(fps);
+    verb.add_option("--ends", texts.ends,
+                    "at the ends of the clip, where blend and --fps lack a neighbour: drop (default) what cannot be "
+                    "made, or repeat the first and last picture, so that the output lasts as long as the clip")
+        ->group(group);
+}
+
 }  // namespace
 
 void addProcess(CLI::App& program) {
-    auto* verb = program.add_subcommand("process", "Cut, scale and place the pictures of a clip");
+    auto* verb =
+        program.add_subcommand("process", "Cut, deinterlace, scale and place a clip's pictures, change their rate");
     auto options = std::make_shared<ProcessOptions>();
     verb->add_option("INPUT", options->input, "file, or - for standard input")->required();
     verb->add_option("OUTPUT", options->output, "file, or - for standard output")->required();
@@ -91,21 +117,11 @@ void addProcess(CLI::App& program) {
                      "y4m, i420, yv16, hy16, uyvy, yuyv, v216 or bgr; else by extension (- is Y4M)");
 
     const std::string group = "Processing";
-    ProcessTexts& texts = options->texts;
-    verb->add_option("--crop", texts.crop, "WxH+X+Y: the part of the source that is used")->group(group);
-    auto* scale = verb->add_option("--scale", texts.scale, "WxH: size of the picture afterwards")->group(group);
-    auto* canvas = verb->add_option("--canvas", texts.canvas, "WxH: size of the output around it")->group(group);
-    verb->add_option("--place", texts.place, "WxH+X+Y: where the picture goes on the canvas, scaled to this size")
-        ->group(group)
-        ->needs(canvas)
-        ->excludes(scale);
-    verb->add_option("--background", texts.background, "Y,U,V of the canvas, default 16,128,128")
-        ->group(group)
-        ->needs(canvas);
-    verb->add_option("--interp", texts.interp, "scaling method: " + interpNames())->group(group);
     verb->add_option("--working", options->working, "i420, yv16 or hy16; default: the closest to the source")
         ->group(group);
     verb->add_option("--threads", options->threads, "at most so many")->check(CLI::Range(1, 1024))->group(group);
+    addGeometry(*verb, options->texts);
+    addFieldsAndRate(*verb, options->texts);
     addInputOptions(*verb, options->source);
     verb->callback([options] { processClip(*options); });
 }

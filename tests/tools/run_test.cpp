@@ -12,64 +12,23 @@
 #include "orvel/img/all_formats.h"
 #include "orvel/pipeline/process_video.h"
 #include "orvel/resize/resize_types.h"
-#include "tests/support/pictures.h"
-#include "tests/tools/tool_support.h"
-#include "tools/media/frame_shape.h"
+#include "tests/tools/run_support.h"
 
 namespace OrvelTool {
 namespace {
 
 using namespace Orvel;
+using test::Outcome;
+using test::processed;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-struct Outcome {
-    int exit;  // 128 + signal when killed
-    std::string out, err;
-};
-
-class RunTest : public test::FolderTest {
-protected:
-    /// Starts the program in the test's folder with its output in the files .out and .err; redirections of the shell
-    /// that follow the arguments come last.
-    pid_t start(const std::string& arguments) {
-        const std::string command = "exec " ORVEL_TOOL " >.out 2>.err " + arguments;
-        const pid_t child = fork();
-        if (child != 0) return child;
-        if (chdir(folder_.c_str()) != 0) _exit(126);
-        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
-        _exit(127);
-    }
-    Outcome finish(pid_t child) {
-        int status = 0;
-        waitpid(child, &status, 0);
-        Outcome outcome{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), slurp(path(".out")),
-                        slurp(path(".err"))};
-        std::filesystem::remove(path(".out"));
-        std::filesystem::remove(path(".err"));
-        return outcome;
-    }
-    Outcome run(const std::string& arguments) { return finish(start(arguments)); }
-
-    /// The outcome is a failure with one line on stderr, nothing on stdout, and no new file.
-    std::string failure(int exit, const std::string& arguments) {
-        const auto before = files();
-        const Outcome outcome = run(arguments);
-        EXPECT_EQ(outcome.exit, exit) << arguments << "\n" << outcome.err;
-        EXPECT_EQ(outcome.out, "") << arguments;
-        EXPECT_THAT(outcome.err, StartsWith("orvelvis: "));
-        EXPECT_EQ(outcome.err.find('\n'), outcome.err.size() - 1) << outcome.err;
-        EXPECT_EQ(files(), before) << arguments;
-        return outcome.err;
-    }
-
-    std::string clip_ = test::randomBytes(3 * 48 * 32 * 3 / 2);  // three 48x32 frames of 4:2:0
-};
+class RunTest : public test::ProgramTest {};
 
 TEST_F(RunTest, ProbeTellsWhatAClipIs) {
     write("a_48x32_.yuv", clip_);
-    const Outcome text = run("probe a_48x32_.yuv --rate 25 --scan tff");
+    const Outcome text = run("probe a_48x32_.yuv --rate 25 --field-order tff");
     EXPECT_EQ(text.exit, 0) << text.err;
     for (const char* line : {"format        i420\n", "width         48\n", "frames        3\n", "rate          25/1\n",
                              "scan          interlaced, top field first\n", "frame_bytes   2304\n"})
@@ -129,12 +88,14 @@ TEST_F(RunTest, FailingOutputEndsWithFive) {
 }
 
 TEST_F(RunTest, StandardOutputHoldsPicturesOnlyAndOnlyWhenAsked) {
+    const std::string account = "orvelvis: process: 3 read, 0 added, 3 written, 0 dropped, 0 held back\n";
     write("a_48x32_.yuv", clip_);
     const Outcome file = run("process a_48x32_.yuv b.yuv");
-    EXPECT_EQ(file.out + file.err, "");
+    EXPECT_EQ(file.out, "");
+    EXPECT_EQ(file.err, account);
     const Outcome raw = run("process a_48x32_.yuv - --output-format i420");
     EXPECT_EQ(raw.out, clip_);
-    EXPECT_EQ(raw.err, "");
+    EXPECT_EQ(raw.err, account);
     const Outcome piped = run("process - - --output-format i420 --format i420 --size 48x32 <a_48x32_.yuv");
     EXPECT_EQ(piped.out, clip_);
     EXPECT_THAT(run("process a_48x32_.yuv -").out, StartsWith("YUV4MPEG2 W48 H32 F30:1 I? A0:0 C420\nFRAME\n"));
@@ -215,29 +176,6 @@ TEST_F(RunTest, AClosedPipeIsAnError) {
     EXPECT_EQ(slurp(path("code")), "5\n");
 }
 
-/// The bytes of all frames of a headerless clip after processing by the library itself.
-template <class T>
-std::string processed(const std::string& clip, const char* format, int width, int height,
-                      ProcessVideoParams<T> params) {
-    ProcessVideo<T> engine;
-    EXPECT_TRUE(engine.allocate(params));
-    const FrameShape in(*findFormatByName(format), width, height, OddChroma::down);
-    const FrameShape out(formatOf<T>(), params.dstWidth, params.dstHeight, OddChroma::down);
-    const auto picture = makePicture(*findFormatByName(format), width, height);
-    std::string result;
-    for (std::size_t at = 0; at < clip.size(); at += in.bytes()) {
-        in.unpack({reinterpret_cast<const std::uint8_t*>(clip.data()) + at, in.bytes()}, *picture);
-        bool ok = false;
-        T* done = engine.process(*picture, ok);
-        if (done == nullptr) return "failed";
-        std::string frame(out.bytes(), '\0');
-        out.pack(*done, {reinterpret_cast<std::uint8_t*>(frame.data()), frame.size()});
-        result += frame;
-        engine.returnImg(done);
-    }
-    return result;
-}
-
 TEST_F(RunTest, ProcessGivesWhatTheLibraryGives) {
     write("a_48x32_.yuv", clip_);
     ProcessVideoParams<I420Img> planar;
@@ -304,6 +242,8 @@ TEST_F(RunTest, PreviewDrawsTheFramesOfBothClips) {
     EXPECT_EQ(bigEndian(16), 8 + 48 + 4 + 32 + 8);
     EXPECT_EQ(bigEndian(20), 8 + 32 + 8);
     EXPECT_EQ(run("preview a_48x32_.yuv -").out.substr(0, 4), "\x89PNG");
+    ASSERT_EQ(run("preview a_48x32_.yuv fields.png --fields").exit, 0);
+    EXPECT_EQ(slurp(path("fields.png")).substr(16, 8), std::string("\0\0\0\x40\0\0\0\x34", 8));  // 8+48+8, 8+16+4+16+8
     failure(3, "preview missing.y4m other.png");
 }
 

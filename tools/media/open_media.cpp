@@ -49,7 +49,7 @@ Scan parseScan(const std::string& text) {
     if (text == "progressive") return Scan::progressive;
     if (text == "tff") return Scan::topFirst;
     if (text == "bff") return Scan::bottomFirst;
-    usage("--scan", fmt::format("{} is unknown", text), "progressive, tff and bff are known");
+    usage("--field-order", fmt::format("{} is unknown", text), "progressive, tff and bff are known");
 }
 
 const FormatInfo& parseFormat(const std::string& option, const std::string& text) {
