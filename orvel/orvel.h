@@ -1,7 +1,14 @@
 #pragma once
 // Everything public of the library.
 #include "orvel/convert/convert_img.h"
+#include "orvel/deinterlace/deinterlace_blend_img.h"
+#include "orvel/deinterlace/deinterlace_cavt_img.h"
+#include "orvel/deinterlace/deinterlace_img.h"
 #include "orvel/deinterlace/deinterlace_params.h"
+#include "orvel/deinterlace/deinterlace_triangle_img.h"
+#include "orvel/framerate/frame_rate_convert.h"
+#include "orvel/framerate/frame_rate_convert_params.h"
+#include "orvel/framerate/interpolate_img.h"
 #include "orvel/img/all_formats.h"
 #include "orvel/img/format_info.h"
 #include "orvel/img/img.h"

@@ -14,6 +14,12 @@ primitives::PlaneView<T> planeView(const Img& img, int plane) noexcept {
             img.getHeight(plane)};
 }
 
+/// True when the plane exists and holds one sample a pixel.
+inline bool isSingleChannel(const Img& img, int plane) noexcept {
+    int channels = 0;
+    return img.getInterleavedChannels(plane, channels) && channels <= 1;
+}
+
 /// True when the plane exists and has pixels.
 inline bool hasPixels(const Img& img, int plane) noexcept {
     return plane >= 0 && plane < img.numPlanes() && img.getWidth(plane) > 0 && img.getHeight(plane) > 0;

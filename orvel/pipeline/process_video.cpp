@@ -1,79 +1,16 @@
 #include "orvel/pipeline/process_video.h"
 
-#include <algorithm>
+#include <limits>
 #include <new>
 #include <type_traits>
 #include <utility>
 
-#include "orvel/convert/convert_img.h"
 #include "orvel/img/img_kernels.h"
 #include "orvel/img/parallel_rows.h"
 #include "orvel/img/plane_access.h"
-#include "orvel/primitives/resize_taps.h"
+#include "orvel/pipeline/source_conversion.h"
 
 namespace Orvel {
-namespace {
-
-/// Calls body with img as the picture type that its format code names, over a view when it is of another class.
-template <class Typed, class Body>
-bool asTyped(Img& img, const Body& body) {
-    if (auto* typed = dynamic_cast<Typed*>(&img)) return body(*typed);
-    Typed view;
-    return img.shadowCopy(view) && body(view);
-}
-
-// From the formats that each working format accepts beside its own.
-
-bool convertTo(I420Img& dst, Img& src, bool interlaced) {
-    if (src.getFormat() == UYVYImg::getClassFormat())
-        return asTyped<UYVYImg>(src, [&](UYVYImg& img) { return ConvertImg::UYVYToI420(dst, img, interlaced); });
-    if (src.getFormat() == YUYVImg::getClassFormat() && !interlaced)
-        return asTyped<YUYVImg>(src, [&](YUYVImg& img) { return ConvertImg::YUYVToI420(dst, img); });
-    return false;
-}
-
-bool convertTo(YV16Img& dst, Img& src, bool) {
-    if (src.getFormat() == UYVYImg::getClassFormat())
-        return asTyped<UYVYImg>(src, [&](UYVYImg& img) { return ConvertImg::UYVYToYV16(dst, img); });
-    if (src.getFormat() == YUYVImg::getClassFormat())
-        return asTyped<YUYVImg>(src, [&](YUYVImg& img) { return ConvertImg::YUYVToYV16(dst, img); });
-    return false;
-}
-
-bool convertTo(HY16Img& dst, Img& src, bool) {
-    return src.getFormat() == V216Img::getClassFormat() &&
-           asTyped<V216Img>(src, [&](V216Img& img) { return ConvertImg::V216ToHY16(dst, img); });
-}
-
-/// Fills what of a plane lies behind its top left width x height pixels: the last row and column are repeated, a plane
-/// without any is 128 throughout.
-void fillFromEdge(Img& img, int plane, int width, int height) {
-    if (width == img.getWidth(plane) && height == img.getHeight(plane)) return;
-    if (width <= 0 || height <= 0) {
-        static_cast<void>(img.setPlane(plane, 128));  // fails only where there is no pixel to fill
-        return;
-    }
-    const auto bytes = planeView<std::uint8_t>(img, plane);
-    const int bpp = img.getBpp(plane);
-    for (int y = 0; y < height; ++y)
-        for (int x = width * bpp; x < bytes.width; ++x) bytes.row(y)[x] = bytes.row(y)[x - bpp];
-    for (int y = height; y < bytes.height; ++y) std::copy_n(bytes.row(height - 1), bytes.width, bytes.row(y));
-}
-
-/// The same for every plane behind what a view of as much of it holds. Scaled to the chroma planes of odd sizes, a
-/// rectangle may come out a row or column smaller than the plane it is to fill.
-void fillFromEdges(Img& img, const Img& view) {
-    for (int p = 0; p < img.numPlanes(); ++p) fillFromEdge(img, p, view.getWidth(p), view.getHeight(p));
-}
-
-/// The same for an odd last row, which the conversion to 4:2:0 leaves out.
-void fillOddRow(Img& img) {
-    if (img.getFormat() != I420Img::getClassFormat()) return;
-    const int pairs = img.getHeight(0) / 2;
-    for (int p = 0; p < img.numPlanes(); ++p) fillFromEdge(img, p, img.getWidth(p), p == 0 ? 2 * pairs : pairs);
-}
-
-}  // namespace
 
 /// A picture that goes back to its pool, if it is of one, unless it is handed on; also when something is thrown. What
 /// user data it then still has goes back to the caller's picture.
@@ -81,8 +18,7 @@ template <class T>
 struct ProcessVideo<T>::Lease {
     Lease(ProcessVideo& owner, T* picture) : engine(owner), img(picture) {}
     ~Lease() {
-        // Does not throw: the list that the data came from still has the room.
-        if (img != nullptr && engine.curSrc_ != nullptr) Img::moveUserData(*engine.curSrc_, *img);
+        if (img != nullptr && engine.curSrc_ != nullptr) giveBackUserData();
         engine.returnImg(img);
     }
     Lease(const Lease&) = delete;
@@ -91,6 +27,15 @@ struct ProcessVideo<T>::Lease {
 
     ProcessVideo& engine;
     T* img;
+
+private:
+    void giveBackUserData() noexcept {
+        try {
+            Img::moveUserData(*engine.curSrc_, *img);
+        } catch (const std::bad_alloc&) {
+            // Only the data of an earlier source picture can get here: its own list still has the room.
+        }
+    }
 };
 
 template <class T>
@@ -118,16 +63,22 @@ bool ProcessVideo<T>::allocate(ProcessVideoParams<T>& p) {
 
 template <class T>
 bool ProcessVideo<T>::buildStages() {
-    const bool deinterlacing = !params_.srcProgressive && params_.dstProgressive;
-    const bool newRate =
-        params_.srcFrameRateNum != params_.dstFrameRateNum || params_.srcFrameRateDen != params_.dstFrameRateDen;
-    if (deinterlacing || params_.mctfEnable || newRate) return false;  // these stages do not exist yet
+    if (params_.mctfEnable) return false;                               // this stage does not exist yet
     if (params_.cropWidth < 0 || params_.cropHeight < 0) return false;  // validation bounds a crop by its end alone
 
+    if (!params_.srcProgressive && params_.dstProgressive) {
+        deinterlacer_.reset(DeinterlaceImg::newAlloc(params_.deinterlaceType));
+        if (!deinterlacer_) return false;
+        // By design a refused record does not fail the engine: the deinterlacer then refuses every picture.
+        static_cast<void>(deinterlacer_->allocate(params_.deinterlaceParams));
+    }
     if (params_.cropWidth != params_.dstCropWidth || params_.cropHeight != params_.dstCropHeight) {
         resizer_.reset(allocateResizer());
         if (!resizer_) return false;
     }
+    const bool newRate =
+        params_.srcFrameRateNum != params_.dstFrameRateNum || params_.srcFrameRateDen != params_.dstFrameRateDen;
+    if (newRate && !buildConverter()) return false;
     const tagSIZE crop{params_.cropWidth, params_.cropHeight}, canvas{params_.dstWidth, params_.dstHeight};
     const tagSIZE source{params_.srcWidth, params_.srcHeight};
     const int bpp = IMGPLANAR_BPP();
@@ -139,11 +90,36 @@ bool ProcessVideo<T>::buildStages() {
     return !params_.keepUserData || userDataList_;
 }
 
+/// The converter for the rates of the parameters, one after the other.
+template <class T>
+bool ProcessVideo<T>::buildConverter() {
+    constexpr std::uint32_t most = std::numeric_limits<std::int32_t>::max();
+    for (const std::uint32_t value :
+         {params_.srcFrameRateNum, params_.srcFrameRateDen, params_.dstFrameRateNum, params_.dstFrameRateDen})
+        if (value > most) return false;
+    FrameRateConvertParams rates;
+    rates.srcRateNum = static_cast<std::int32_t>(params_.srcFrameRateNum);
+    rates.srcRateDen = static_cast<std::int32_t>(params_.srcFrameRateDen);
+    rates.dstRateNum = static_cast<std::int32_t>(params_.dstFrameRateNum);
+    rates.dstRateDen = static_cast<std::int32_t>(params_.dstFrameRateDen);
+    const auto rate = [](std::uint32_t num, std::uint32_t den) {
+        return static_cast<float>(num) / static_cast<float>(den);
+    };
+    rates.blend = params_.frameRateBlend > 0 ||
+                  (params_.frameRateBlend < 0 && rate(params_.srcFrameRateNum, params_.srcFrameRateDen) <
+                                                     rate(params_.dstFrameRateNum, params_.dstFrameRateDen));
+    rates.keepUserData = params_.keepUserData;
+    frameRateConverter_.reset(new (std::nothrow) FrameRateConvert);
+    return frameRateConverter_ && frameRateConverter_->allocate(rates);
+}
+
 template <class T>
 void ProcessVideo<T>::deallocate() {
-    flush();
+    dropHeldFrames([](Img&) {});
     DeinterlaceImgParams::deleteDealloc(params_.deinterlaceParams);
+    deinterlacer_.reset();
     resizer_.reset();
+    frameRateConverter_.reset();
     // mctfPool_ is left out by design: it keeps its pictures, and with them a second allocate() fails.
     for (ImgPool<T>* pool : {&cropPool_, &deinterlacePool_, &resizePool_, &frameRatePool_, &unprocessedPool_})
         pool->deallocate(false);
@@ -163,7 +139,8 @@ T* ProcessVideo<T>::process(Img& src, bool& ok) {
 
     try {
         T* result = cropConvert(src, ok);
-        if (result != nullptr) result = resize(result, ok);
+        for (const auto stage : {&ProcessVideo::deinterlace, &ProcessVideo::resize, &ProcessVideo::frameRateConvert})
+            if (result != nullptr) result = (this->*stage)(result, ok);
         if (result == nullptr) return nullptr;
         if (result == &src && params_.copyUnprocessed) result = copySrcToUnprocessed(src);
         ok = result != nullptr;
@@ -175,13 +152,37 @@ T* ProcessVideo<T>::process(Img& src, bool& ok) {
 }
 
 template <class T>
-T* ProcessVideo<T>::isOutputAvailable(bool& ok) {
-    ok = true;
-    return nullptr;
+void ProcessVideo<T>::flush() {
+    dropHeldFrames([this](Img& frame) {
+        if (params_.keepUserData) keepUserDataOf(frame);
+    });
+    if (!frameRateConverter_ || !userDataList_) return;
+    while (void* const item = frameRateConverter_->extractUserData()) userDataList_->push_back(item);
+}
+
+/// Empties the stages; farewell(frame) sees each picture before it goes back to its pool.
+template <class T>
+template <class Farewell>
+void ProcessVideo<T>::dropHeldFrames(const Farewell& farewell) {
+    const auto drop = [&](Img* frame) {
+        const Lease back(*this, static_cast<T*>(frame));
+        farewell(*frame);
+    };
+    if (deinterlacer_)
+        while (Img* const frame = deinterlacer_->popImg()) drop(frame);
+    // The converter's queue holds its first picture twice and answers null for the one of them.
+    if (frameRateConverter_)
+        while (frameRateConverter_->bufferedFrames() > 0)
+            if (Img* const frame = frameRateConverter_->popImg()) drop(frame);
 }
 
 template <class T>
-void ProcessVideo<T>::flush() {}
+void ProcessVideo<T>::keepUserDataOf(Img& frame) {
+    while (void* const item = frame.getUserData(nullptr)) {
+        userDataList_->push_back(item);
+        frame.delUserData(item);
+    }
+}
 
 template <class T>
 bool ProcessVideo<T>::returnImg(T*& img) {
@@ -201,7 +202,7 @@ void* ProcessVideo<T>::extractUserData() {
 
 template <class T>
 void ProcessVideo<T>::lastBlendAlpha(int& alpha, int& scale) const {
-    alpha = 0;
+    alpha = frameRateConverter_ ? frameRateConverter_->lastBlendAlpha() : 0;
     scale = 255;
 }
 
@@ -241,6 +242,26 @@ T* ProcessVideo<T>::cropConvert(Img& src, bool& ok) {
     if (params_.keepUserData) Img::moveUserData(*out.img, src);
     ok = true;
     return out.handOn();
+}
+
+template <class T>
+T* ProcessVideo<T>::deinterlace(T* in, bool& ok) {
+    ok = true;
+    if (!deinterlacer_) return in;
+    ok = false;
+    if (in == curSrc_ && deinterlacer_->requiredFrames() > 1) in = copySrcToUnprocessedBuffer(in);
+    Lease pushed(*this, in);
+    if (in == nullptr || !deinterlacer_->pushImg(*in)) return nullptr;
+    pushed.handOn();
+    ok = deinterlacer_->bufferedFrames() < deinterlacer_->requiredFrames();
+    if (ok) return nullptr;
+
+    Lease out(*this, fetch(deinterlacePool_));
+    Img* released = nullptr;
+    ok = out.img != nullptr && deinterlacer_->deinterlace(*out.img, &released);
+    if (!ok) released = deinterlacer_->popImg();
+    const Lease used(*this, static_cast<T*>(released));
+    return ok ? out.handOn() : nullptr;
 }
 
 template <class T>
@@ -290,6 +311,34 @@ bool ProcessVideo<T>::scaleInto(Img& view, Img& in) {
 }
 
 template <class T>
+T* ProcessVideo<T>::frameRateConvert(T* in, bool& ok) {
+    ok = true;
+    if (!frameRateConverter_) return in;
+    ok = false;
+    if (in == curSrc_) in = copySrcToUnprocessedBuffer(in);
+    Lease pushed(*this, in);
+    if (in == nullptr || !frameRateConverter_->pushImg(*in)) return nullptr;
+    pushed.handOn();
+    return isOutputAvailable(ok);
+}
+
+template <class T>
+T* ProcessVideo<T>::isOutputAvailable(bool& ok) {
+    ok = true;
+    if (!frameRateConverter_) return nullptr;
+    Img* released = nullptr;
+    const bool ready = frameRateConverter_->isConverterReady(&released);
+    const Lease unused(*this, static_cast<T*>(released));
+    if (!ready) return nullptr;
+
+    Lease out(*this, fetch(frameRatePool_));
+    released = nullptr;
+    ok = out.img != nullptr && frameRateConverter_->rateConvert(*out.img, FieldFrameBoth, &released);
+    const Lease used(*this, static_cast<T*>(released));
+    return ok ? out.handOn() : nullptr;
+}
+
+template <class T>
 T* ProcessVideo<T>::copySrcToUnprocessed(Img& src) {
     Lease copy(*this, fetch(unprocessedPool_));
     if (copy.img == nullptr) return nullptr;
@@ -306,59 +355,6 @@ T* ProcessVideo<T>::copySrcToUnprocessedBuffer(Img* img) {
     } catch (const std::exception&) {
         return nullptr;
     }
-}
-
-template <class T>
-ResizeImg* ProcessVideo<T>::allocateResizer() {
-    const tagSIZE crop{params_.cropWidth, params_.cropHeight}, rectangle{params_.dstCropWidth, params_.dstCropHeight};
-    // Validation measures the rectangle of a derived canvas against the source; here the canvas is known.
-    if (std::int64_t{params_.dstCropX} + rectangle.cx > params_.dstWidth ||
-        std::int64_t{params_.dstCropY} + rectangle.cy > params_.dstHeight)
-        return nullptr;
-    constexpr int filters = ResizeInterpLanczosFilter | ResizeInterpHannFilter;
-    if (ProcessVideoParams<T>::is16Bit && params_.resizeInterp >= 0 && (params_.resizeInterp & filters) != 0)
-        return nullptr;  // the filters are for 8-bit samples
-    try {
-        auto resizer = std::make_unique<ResizeImg>();
-        if (params_.resizeInterp != ResizeInterpSuperSampling)
-            return resizer->allocate(rectangle, crop, params_.resizeInterp, ResizeSmoothNone) ? resizer.release()
-                                                                                              : nullptr;
-        T source, target;
-        if (!source.allocate(crop.cx, crop.cy, IMGPLANAR_BPP()) ||
-            !target.allocate(rectangle.cx, rectangle.cy, IMGPLANAR_BPP()))
-            return nullptr;
-        const bool sized = params_.dstProgressive
-                               ? resizer->allocateSuperSampling(target, source, ResizeInterpSuperSampling, -1)
-                               : !params_.srcProgressive && sizeForFields(*resizer, target, source);
-        return sized ? resizer.release() : nullptr;
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-}
-
-/// Sizes the resizer for the field pair, top or bottom, one of whose planes needs the most memory.
-template <class T>
-bool ProcessVideo<T>::sizeForFields(ResizeImg& resizer, T& dst, T& src) const {
-    Img dstField[2], srcField[2];
-    dst.getTopFieldShadow(dstField[0]);
-    dst.getBottomFieldShadow(dstField[1]);
-    src.getTopFieldShadow(srcField[0]);
-    src.getBottomFieldShadow(srcField[1]);
-    int chosen = 0;
-    std::int64_t most = 0;
-    for (int p = 0; p < src.numPlanes(); ++p)
-        for (int field = 0; field < 2; ++field) {
-            const Img &to = dstField[field], &from = srcField[field];
-            std::int64_t bytes = 0;
-            if (primitives::resizeWorkBytes(primitives::superSampling, from.getWidth(p), from.getHeight(p),
-                                            to.getWidth(p), to.getHeight(p), bytes) != primitives::Status::ok)
-                return false;
-            if (bytes > most) {
-                most = bytes;
-                chosen = field;
-            }
-        }
-    return resizer.allocateSuperSampling(dstField[chosen], srcField[chosen], ResizeInterpSuperSampling, -1);
 }
 
 template <class T>

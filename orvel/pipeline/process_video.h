@@ -3,6 +3,8 @@
 #include <list>
 #include <memory>
 
+#include "orvel/deinterlace/deinterlace_img.h"
+#include "orvel/framerate/frame_rate_convert.h"
 #include "orvel/img/all_formats.h"
 #include "orvel/img/img_pool.h"
 #include "orvel/pipeline/process_video_params.h"
@@ -12,7 +14,10 @@
 namespace Orvel {
 
 /// Turns each source picture into zero or more finished pictures: crops and converts it into the working format T,
-/// resizes it onto a canvas. Stages that are not configured cost nothing.
+/// deinterlaces it, resizes it onto a canvas and converts its frame rate. Stages that are not configured cost nothing.
+///
+/// Some stages hold pictures back: a deinterlacer that looks at n pictures gives the first output with the nth, the
+/// frame-rate converter with its second picture; what they hold at the end is not output, see flush().
 ///
 /// | T       | accepts          |
 /// |---------|------------------|
@@ -52,27 +57,31 @@ public:
     /// Pushes one source picture through all stages.
     /// @return a finished picture; null with ok true when the picture was accepted but none is ready; null with ok
     /// false on failure: src has no planes, another size than configured, or a format that T does not accept, or memory
-    /// ran out; src then keeps its user data. With copyUnprocessed off and nothing to do, src itself.
+    /// ran out; src then keeps its user data, and gets that of earlier pictures which can't be finished. The stages go
+    /// on with the next picture. With copyUnprocessed off and nothing to do, src itself.
     /// A plane copy that fails throws std::runtime_error (a source whose planes are not those of its format).
     [[nodiscard]] T* process(Img& src, bool& ok);
     /// A further output for the source pictures given so far; null with ok true when there is none.
     [[nodiscard]] T* isOutputAvailable(bool& ok);
-    /// Drops the pictures that the stages hold, keeping their user data for extractUserData().
+    /// Drops the pictures that the stages hold, keeping their user data for extractUserData(): what the deinterlacer
+    /// held, then what the frame-rate converter held. Throws std::bad_alloc; the user data of the picture that it came
+    /// to is lost then.
     void flush();
     /// Hands back a picture of process() or isOutputAvailable() and sets img to null. @return false, with nothing
     /// changed, for a picture that the engine did not issue.
     bool returnImg(T*& img);
     /// Removes and returns the oldest user data item of dropped pictures; null when there is none.
     void* extractUserData();
-    /// Weight of the later picture in the last blended output: alpha / scale. scale is 255.
+    /// Weight of the earlier of the two pictures in the last output of the frame-rate converter: alpha / scale; scale
+    /// is 255. alpha is 0 before the first output and without a converter.
     void lastBlendAlpha(int& alpha, int& scale) const;
 
     bool hasCropping() const;     ///< the crop is not the whole source
     bool hasDstCropping() const;  ///< the destination rectangle is not the whole canvas
-    bool hasDeinterlacing() const { return false; }
+    bool hasDeinterlacing() const { return deinterlacer_ != nullptr; }
     bool hasResizing() const { return resizer_ != nullptr; }
     bool hasMCTF() const { return false; }
-    bool hasFrameRateConversion() const { return false; }
+    bool hasFrameRateConversion() const { return frameRateConverter_ != nullptr; }
 
 protected:
     // The stages. Each takes the previous one's picture and answers as process() does; a stage that is off returns its
@@ -80,8 +89,12 @@ protected:
 
     /// Crop and format conversion.
     T* cropConvert(Img& src, bool& ok);
+    /// Deinterlacing of the crop.
+    T* deinterlace(T* in, bool& ok);
     /// Scaling into the destination rectangle of a canvas.
     T* resize(T* in, bool& ok);
+    /// Frame-rate conversion; isOutputAvailable() has further outputs.
+    T* frameRateConvert(T* in, bool& ok);
 
     /// A private copy of the caller's picture, for a stage that must keep it; null unless img is the picture being
     /// processed and has T's format.
@@ -97,18 +110,25 @@ private:
     struct Lease;
 
     bool buildStages();
+    bool buildConverter();
+    template <class Farewell>
+    void dropHeldFrames(const Farewell& farewell);
+    void keepUserDataOf(Img& frame);
     T* fetch(ImgPool<T>& pool);
     T* copySrcToUnprocessed(Img& src);
     void copyPlanes(Img& src, T& dst);
     bool paintBackground(T& canvas) const;
     bool scaleInto(Img& view, Img& in);
-    bool sizeForFields(ResizeImg& resizer, T& dst, T& src) const;
 
     ProcessVideoParams<T> params_;
     Img* curSrc_ = nullptr;  ///< the caller's picture during process()
-    ImgPool<T> cropPool_, deinterlacePool_;
+    ImgPool<T> cropPool_;
+    std::unique_ptr<DeinterlaceImg> deinterlacer_;
+    ImgPool<T> deinterlacePool_;
     std::unique_ptr<ResizeImg> resizer_;
-    ImgPool<T> resizePool_, mctfPool_, frameRatePool_, unprocessedPool_;
+    ImgPool<T> resizePool_, mctfPool_;
+    std::unique_ptr<FrameRateConvert> frameRateConverter_;
+    ImgPool<T> frameRatePool_, unprocessedPool_;
     std::unique_ptr<std::list<void*>> userDataList_;  ///< made by allocate() when user data is kept
 };
 

@@ -9,6 +9,7 @@
 #include <hwy/foreach_target.h>  // re-includes this file once per target
 #include <hwy/highway.h>
 #include "orvel/primitives/row_loop_inl.h"
+#include "orvel/primitives/sample_math_inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
@@ -36,10 +37,7 @@ void subtractConstantRows(ConstViewU8 src, std::uint8_t value, ViewU8 dst) {
 }
 
 void absDiffRows(ConstViewU8 a, ConstViewU8 b, ViewU8 dst) {
-    // One of the two saturating differences is zero, the other is |a - b|.
-    forEachPair(a, b, dst, [](auto, auto va, auto vb) HWY_ATTR {
-        return hn::Or(hn::SaturatedSub(va, vb), hn::SaturatedSub(vb, va));
-    });
+    forEachPair(a, b, dst, [](auto, auto va, auto vb) HWY_ATTR { return absDifference(va, vb); });
 }
 
 /// finish(d, product) makes of each 16-bit product what is stored, clamped to 255.

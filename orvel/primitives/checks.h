@@ -12,4 +12,9 @@ constexpr Status checkSameSize(const PlaneView<T>& dst, const Views&... others) 
     return Status::ok;
 }
 
+/// Whether [first, last) is a band of at least one of the given number of rows.
+constexpr bool holdsBand(int rows, int first, int last) noexcept {
+    return 0 <= first && first < last && last <= rows;
+}
+
 }  // namespace Orvel::primitives

@@ -10,6 +10,7 @@
 #include <hwy/foreach_target.h>  // re-includes this file once per target
 #include <hwy/highway.h>
 #include "orvel/primitives/packed_422_inl.h"
+#include "orvel/primitives/sample_math_inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
@@ -18,12 +19,6 @@ constexpr PackedLayout uyvy = PackedLayout::uyvy;
 
 // The filters stay in bytes: halving repeatedly with floor and once, last, with rounding up is the exact rounded
 // quotient, since floor((c + floor(x / m)) / 2) = floor((m c + x) / 2m).
-
-/// (a + b) >> 1.
-template <class V>
-HWY_INLINE V floorMean(V a, V b) {
-    return hn::Not(hn::AverageRound(hn::Not(a), hn::Not(b)));
-}
 
 /// (3 a + b + 2) >> 2.
 template <class V>

@@ -44,11 +44,6 @@ bool isFilter(std::int32_t interp) noexcept {
     return (interp & (ResizeInterpLanczosFilter | ResizeInterpHannFilter)) != 0;
 }
 
-bool oneChannel(const Img& img, int plane) noexcept {
-    int channels = 0;
-    return img.getInterleavedChannels(plane, channels) && channels <= 1;
-}
-
 tagSIZE largestPlane(const Img& img) noexcept {
     tagSIZE size;
     for (int p = 0; p < img.numPlanes(); ++p) size = larger(size, planeSize(img, p));
@@ -57,7 +52,7 @@ tagSIZE largestPlane(const Img& img) noexcept {
 
 bool onlyBytes(const Img& img) noexcept {
     for (int p = 0; p < img.numPlanes(); ++p)
-        if (!oneChannel(img, p) || img.getBpp(p) != 1) return false;
+        if (!isSingleChannel(img, p) || img.getBpp(p) != 1) return false;
     return true;
 }
 
@@ -65,7 +60,7 @@ bool onlyBytes(const Img& img) noexcept {
 bool planesMatch(const Img& dst, const Img& src, bool allowWide) noexcept {
     for (int p = 0; p < src.numPlanes(); ++p) {
         const int bpp = src.getBpp(p);
-        if (!oneChannel(src, p) || !oneChannel(dst, p) || dst.getBpp(p) != bpp) return false;
+        if (!isSingleChannel(src, p) || !isSingleChannel(dst, p) || dst.getBpp(p) != bpp) return false;
         if (bpp != 1 && (bpp != 2 || !allowWide)) return false;
     }
     return true;
@@ -222,7 +217,7 @@ bool ResizeImg::chooseMethod(Job& job, int bpp) {
 
 bool ResizeImg::resizePlane(Img& dst, int dstPlane, Img& src, int srcPlane) {
     if (!hasPixels(src, srcPlane) || !hasPixels(dst, dstPlane)) return false;
-    if (!oneChannel(src, srcPlane) || !oneChannel(dst, dstPlane)) return false;
+    if (!isSingleChannel(src, srcPlane) || !isSingleChannel(dst, dstPlane)) return false;
     const int bpp = src.getBpp(srcPlane);
     if (dst.getBpp(dstPlane) != bpp || (bpp != 1 && bpp != 2)) return false;
 

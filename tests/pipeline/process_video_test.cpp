@@ -5,8 +5,7 @@
 #include <memory>
 
 #include "orvel/convert/convert_img.h"
-#include "tests/pipeline/sized_params.h"
-#include "tests/support/pictures.h"
+#include "tests/pipeline/engine_run.h"
 #include "tests/support/test_heap.h"
 
 namespace Orvel {
@@ -14,33 +13,9 @@ namespace {
 
 using test::bytesOf;
 using test::fillRandom;
+using test::picture;
+using test::run;
 using test::sized;
-
-template <class T>
-std::unique_ptr<T> picture(int width, int height, unsigned seed = 1) {
-    auto img = std::make_unique<T>();
-    EXPECT_TRUE(img->allocate(width, height, T::getClassBpp()));
-    fillRandom(*img, seed);
-    return img;
-}
-
-/// A picture on loan from the engine.
-template <class T>
-struct Loan {
-    ProcessVideo<T>& engine;
-    T* img;
-    ~Loan() { engine.returnImg(img); }
-    T* operator->() const { return img; }
-    T& operator*() const { return *img; }
-};
-
-template <class T>
-Loan<T> run(ProcessVideo<T>& engine, Img& src) {
-    bool ok = false;
-    T* img = engine.process(src, ok);
-    EXPECT_EQ(ok, img != nullptr);
-    return {engine, img};
-}
 
 TEST(ProcessVideo, APictureWithNothingToDoComesBackAsACopyOrAsItself) {
     for (bool copy : {true, false}) {

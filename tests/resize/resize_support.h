@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <random>
 #include <vector>
 
 #include "orvel/img/i420_img.h"
@@ -10,28 +9,12 @@
 #include "orvel/img/plane_access.h"
 #include "orvel/primitives/resize_plane.h"
 #include "orvel/resize/resize_types.h"
+#include "tests/support/pictures.h"
 
 namespace Orvel::test {
 
-inline void fillRandom(Img& img, unsigned seed = 3) {
-    std::mt19937 rng(seed);
-    for (int p = 0; p < img.numPlanes(); ++p) {
-        const auto view = planeView<std::uint8_t>(img, p);
-        for (int y = 0; y < view.height; ++y)
-            for (int x = 0; x < view.width; ++x) view.row(y)[x] = static_cast<std::uint8_t>(rng());
-    }
-}
-
 inline void fill(Img& img, int value) {
     ASSERT_TRUE(img.set(value));
-}
-
-/// The bytes of a plane, rows behind each other.
-inline std::vector<std::uint8_t> bytesOf(const Img& img, int plane) {
-    std::vector<std::uint8_t> bytes;
-    const auto view = planeView<const std::uint8_t>(img, plane);
-    for (int y = 0; y < view.height; ++y) bytes.insert(bytes.end(), view.row(y), view.row(y) + view.width);
-    return bytes;
 }
 
 /// What the primitive makes of a plane, for a destination of dst's size.

@@ -1,0 +1,37 @@
+#pragma once
+// What the deinterlacers' plane loops share. Internal.
+#include <exception>
+#include <stdexcept>
+
+#include "orvel/deinterlace/deinterlace_img.h"
+#include "orvel/img/parallel_rows.h"
+#include "orvel/img/plane_access.h"
+#include "orvel/primitives/status.h"
+
+namespace Orvel {
+
+/// Runs a primitive, filter(first, last), over bands of [0, rows) on all cores. @return false when it refused one.
+template <class Filter>
+bool filterBands(int rows, const Filter& filter) noexcept {
+    return parallelRows(rows, [&](const tbb::blocked_range<int>& band) {
+        if (filter(band.begin(), band.end()) != primitives::Status::ok) throw std::runtime_error("plane refused");
+    });
+}
+
+template <class Filter>
+bool DeinterlaceImg::filterHeldFrame(Img& out, Img** released, const Filter& filter) {
+    if (released != nullptr) *released = nullptr;
+    if (heldFrame_ == nullptr || !validateDeinterlace(out)) return false;
+    Img& src = *heldFrame_;
+    try {
+        for (int p = 0; p < src.numPlanes(); ++p)
+            if (!nonDeinterlacedPlane(&src, &out, p) && !filter(src, out, p)) return false;
+        if (keepUserData_) Img::moveUserData(out, src);
+    } catch (const std::exception&) {
+        return false;  // a copy that does not fit, or no memory for the user data, which then stays
+    }
+    release(released);
+    return true;
+}
+
+}  // namespace Orvel
