@@ -29,10 +29,7 @@ public:
 
 private:
     struct Delete {
-        void operator()(DeinterlaceImg* old) const {
-            old->deallocate();
-            DeinterlaceImg::deleteDealloc(old);
-        }
+        void operator()(DeinterlaceImg* old) const { DeinterlaceImg::deleteDealloc(old); }
     };
     std::unique_ptr<DeinterlaceImg, Delete> deinterlacer_;
 };
