@@ -44,7 +44,7 @@ void measure(const std::string& operation, const std::string& size, const std::s
                                      state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * bytes);
                                  })
         ->UseRealTime()
-        
+
         ->Unit(benchmark::kMicrosecond);
 }
 

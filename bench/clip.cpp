@@ -1,0 +1,108 @@
+#include "bench/clip.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <new>
+#include <random>
+#include <stdexcept>
+#include <string>
+
+#include "orvel/storage/vid_raw420.h"
+
+namespace Orvel::bench {
+namespace {
+
+/// Standard normal values by the polar method of Marsaglia and Bray (1964): unlike std::normal_distribution the same
+/// with every standard library.
+class Gaussian {
+public:
+    explicit Gaussian(std::uint32_t seed) : rng_(seed) {}
+    double operator()() {
+        if (hasSpare_) {
+            hasSpare_ = false;
+            return spare_;
+        }
+        double u, v, s;
+        do {
+            u = uniform(), v = uniform(), s = u * u + v * v;
+        } while (s >= 1 || s == 0);
+        const double scale = std::sqrt(-2 * std::log(s) / s);
+        spare_ = v * scale, hasSpare_ = true;
+        return u * scale;
+    }
+
+private:
+    double uniform() { return double(rng_()) / 2147483648.0 - 1; }
+    std::mt19937 rng_;
+    double spare_ = 0;
+    bool hasSpare_ = false;
+};
+
+void copyRow(const Img& from, int fromRow, Img& to, int toRow, int plane) {
+    std::memcpy(to.getPixel(plane, toRow, 0), from.getPixel(plane, fromRow, 0),
+                static_cast<std::size_t>(to.getWidth(plane)));
+}
+
+}  // namespace
+
+Picture newPicture(int width, int height) {
+    I420Img tight;
+    auto picture = std::make_shared<I420Img>();
+    if (!tight.allocate(width, height, I420Img::getClassBpp()) || !tight.replicate(*picture, 64))
+        throw std::bad_alloc();
+    return picture;
+}
+
+Clip readClip(const std::filesystem::path& file) {
+    VidRaw420 video;
+    const bool opened = video.open(file.wstring().c_str());
+    Clip clip;
+    for (int k = 0; k < video.numFrames(); ++k) {
+        clip.push_back(newPicture(video.getWidth(), video.getHeight()));
+        if (!video.readImg(*clip.back(), k)) throw std::runtime_error("cannot read " + file.string());
+    }
+    if (!opened || clip.empty()) throw std::runtime_error("no 4:2:0 frames in " + file.string());
+    return clip;
+}
+
+Clip weave(const Clip& progressive) {
+    Clip woven;
+    for (std::size_t k = 0; k + 1 < progressive.size(); k += 2) {
+        const Img& first = *progressive[k];
+        woven.push_back(newPicture(first.getWidth(0), first.getHeight(0)));
+        for (int p = 0; p < first.numPlanes(); ++p)
+            for (int y = 0; y < first.getHeight(p); ++y)
+                copyRow(*progressive[k + static_cast<std::size_t>(y % 2)], y, *woven.back(), y, p);
+    }
+    return woven;
+}
+
+Clip withNoise(const Clip& clip, double sigma, std::uint32_t seed) {
+    Gaussian gaussian(seed);
+    Clip noisy;
+    for (const Picture& clean : clip) {
+        noisy.push_back(newPicture(clean->getWidth(0), clean->getHeight(0)));
+        for (int p = 0; p < clean->numPlanes(); ++p)
+            for (int y = 0; y < clean->getHeight(p); ++y)
+                for (int x = 0; x < clean->getWidth(p); ++x)
+                    *noisy.back()->getPixel(p, y, x) = static_cast<std::uint8_t>(
+                        std::clamp(std::lround(*clean->getPixel(p, y, x) + sigma * gaussian()), 0L, 255L));
+    }
+    return noisy;
+}
+
+Clip tiled(const Clip& clip, int width, int height) {
+    Clip large;
+    for (const Picture& small : clip) {
+        large.push_back(newPicture(width, height));
+        for (int p = 0; p < small->numPlanes(); ++p)
+            for (int y = 0; y < large.back()->getHeight(p); ++y)
+                for (int x = 0; x < large.back()->getWidth(p); ++x)
+                    *large.back()->getPixel(p, y, x) =
+                        *small->getPixel(p, y % small->getHeight(p), x % small->getWidth(p));
+    }
+    return large;
+}
+
+}  // namespace Orvel::bench

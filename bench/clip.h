@@ -1,0 +1,34 @@
+#pragma once
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <vector>
+
+#include "orvel/img/i420_img.h"
+
+// Clips of 8-bit 4:2:0 pictures in memory: what the benchmarks and the quality table work on.
+namespace Orvel::bench {
+
+using Picture = std::shared_ptr<I420Img>;
+using Clip = std::vector<Picture>;
+
+/// A picture of undefined content whose rows are padded to 64 bytes. Throws std::bad_alloc.
+Picture newPicture(int width, int height);
+
+/// All frames of a headerless planar 4:2:0 file whose name carries _WIDTHxHEIGHT_.
+/// Throws std::runtime_error naming the file when it cannot be read or holds no frame.
+Clip readClip(const std::filesystem::path& file);
+
+/// Interlaced frame k takes its even lines from frame 2k and its odd lines from frame 2k + 1, in every plane and
+/// without a filter: the top field is the earlier one. A last frame without partner is left out.
+Clip weave(const Clip& progressive);
+
+/// A copy with Gaussian noise of standard deviation sigma on all samples of all planes, rounded and clipped to 0..255;
+/// the same noise for the same seed.
+Clip withNoise(const Clip& clip, double sigma, std::uint32_t seed);
+
+/// The clip repeated side by side and on top of each other until it fills width x height. Fields stay fields when the
+/// clip's chroma height is even.
+Clip tiled(const Clip& clip, int width, int height);
+
+}  // namespace Orvel::bench
