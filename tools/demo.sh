@@ -22,10 +22,10 @@ made walkway_720x576_30p.yuv "4:2:0: middle of the picture, enlarged, on a canva
     --crop 704x560+8+8 --canvas 640x480 --place 528x420+56+30 --background 60,110,110
 made roof.y4m "4:2:2 interlaced: reduced field by field, on a canvas with a border"
 
-# The same clip made progressive.
-"$tool" process "$media/roof_720x576_25i_tff.uyvy" "$out/roof_progressive.y4m" --rate 25 --field-order tff \
-    --deinterlace cavt
-made roof_progressive.y4m "4:2:2 interlaced: deinterlaced"
+# The same clip made progressive, a picture of each field.
+"$tool" process "$media/roof_720x576_25i_tff.uyvy" "$out/roof_50p.y4m" --rate 25 --field-order tff \
+    --deinterlace blend --double-rate --ends repeat
+made roof_50p.y4m "the same, deinterlaced to 50 pictures a second"
 
 "$tool" preview "$media/walkway_352x288_30p.yuv" "$out/walkway.png" --frames 4 --columns 2 \
     --beside "$out/walkway_720x576_30p.yuv"
@@ -33,6 +33,9 @@ made walkway.png "source and result side by side"
 "$tool" preview "$media/roof_720x576_25i_tff.uyvy" "$out/roof.png" --frames 2 --columns 1 --field-order tff \
     --beside "$out/roof.y4m"
 made roof.png "source and result side by side"
-"$tool" preview "$media/roof_720x576_25i_tff.uyvy" "$out/roof_progressive.png" --frames 2 --columns 1 \
-    --field-order tff --beside "$out/roof_progressive.y4m"
-made roof_progressive.png "source and result side by side"
+"$tool" preview "$media/roof_720x576_25i_tff.uyvy" "$out/roof_fields.png" --fields --frames 2 --field-order tff
+made roof_fields.png "the two fields of a picture, the top one above"
+# The camera took whole pictures, of which the interlaced clip has every other line: the truth.
+"$tool" preview "$out/roof_50p.y4m" "$out/roof_50p.png" --frames 3 --every 2 --columns 1 \
+    --beside "$media/roof_720x576_50p.yuv"
+made roof_50p.png "deinterlaced pictures beside what the camera saw"
