@@ -10,6 +10,7 @@
 #include "orvel/img/img_pool2.h"
 #include "orvel/img/types.h"
 #include "orvel/mctf/mctf_fast_params.h"
+#include "orvel/mctf/me_data.h"
 #include "orvel/pipeline/process_video.h"
 #include "orvel/resize/resize_img.h"
 #include "orvel/resize/resize_img_tbb.h"
