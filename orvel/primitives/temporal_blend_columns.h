@@ -1,0 +1,42 @@
+#pragma once
+#include <algorithm>
+#include <cstdint>
+#include <span>
+
+#include "orvel/primitives/temporal_blend.h"
+
+namespace Orvel::primitives {
+
+/// How one level mixes, in a form that all levels share: with d = p - c and u = clamp(reach - |d|, 0, most), the result
+/// is c + ((gain * u * d + rounding) >> 8). It comes from the level's own form by writing (256 - w) as a multiple of u
+/// (16 or 8, the slope of its ramp), taking c out of the sum, and cancelling powers of two: the shifts lose nothing, c
+/// being whole. The product stays below 16 bits, since u * |d| is at most 420 (384 for the steep ramps).
+struct BlendLevel {
+    std::int16_t reach, most, gain, rounding;
+};
+
+inline constexpr BlendLevel blendLevels[temporalBlendLevels] = {
+    {0, 0, 0, 128},   {40, 16, 4, 128}, {40, 16, 8, 128}, {40, 16, 16, 0},
+    {39, 32, 5, 128}, {39, 32, 6, 128}, {40, 32, 6, 128}, {41, 32, 6, 128},
+};
+
+/// The levels of a run of blocks, spread over their columns.
+struct BlendColumns {
+    static constexpr int most = 256;
+    std::int16_t reach[most], mostShare[most], gain[most], rounding[most];
+
+    /// side columns for each level; together at most `most`.
+    BlendColumns(std::span<const std::uint8_t> levels, int side) noexcept {
+        int x = 0;
+        for (const std::uint8_t index : levels) {
+            const BlendLevel& level = blendLevels[index];
+            std::fill_n(reach + x, side, level.reach);
+            std::fill_n(mostShare + x, side, level.most);
+            std::fill_n(gain + x, side, level.gain);
+            std::fill_n(rounding + x, side, level.rounding);
+            x += side;
+        }
+    }
+};
+
+}  // namespace Orvel::primitives
