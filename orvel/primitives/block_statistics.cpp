@@ -177,20 +177,20 @@ HWY_INLINE void columnDifferences(ConstViewU8 rows, int x, int count, std::uint1
     });
 }
 
-/// Edge measures of the columns left and right of the first count blocks; steps are raised to them.
+/// Edge measures of the columns left and right of count blocks from first on; steps are raised to them.
 template <int side>
-void raiseToColumnEdges(ConstViewU8 grid, int row, int count, std::int32_t* steps) {
+void raiseToColumnEdges(ConstViewU8 grid, int row, int first, int count, std::int32_t* steps) {
     constexpr int blocksAtOnce = 64;
     std::uint16_t sums[blocksAtOnce * side + 1];
     const ConstViewU8 rows = grid.band(row * side, (row + 1) * side);
     for (int done = 0; done < count; done += blocksAtOnce) {
-        const int from = done * side, to = from + std::min(blocksAtOnce, count - done) * side;
+        const int from = (first + done) * side, to = from + std::min(blocksAtOnce, count - done) * side;
         const int x0 = std::max(from - 1, 0), x1 = std::min(to, grid.width - 1);
         columnDifferences(rows, x0, x1 - x0, sums);
         const auto lines = [&](int x) { return int{sums[x - x0]}; };  // between the columns x and x + 1
         for (int left = from; left < to; left += side) {
             const int last = left + side - 1;
-            std::int32_t& step = steps[left / side];
+            std::int32_t& step = steps[left / side - first];
             if (left > 0) step = std::max(step, lines(left - 1) - 2 * std::max(lines(left), lines(left + 1)));
             if (last + 1 < grid.width)
                 step = std::max(step, lines(last) - 2 * std::max(lines(last - 1), lines(last - 2)));
@@ -198,13 +198,16 @@ void raiseToColumnEdges(ConstViewU8 grid, int row, int count, std::int32_t* step
     }
 }
 
-void edgeStepsOfBlocks(ConstViewU8 grid, int side, int row, std::int32_t* steps, int count) {
-    const auto raise = [&](const auto& raiseToRows, const auto& raiseToColumns) {
-        raiseToRows(grid, row, count, steps);
-        raiseToColumns(grid, row, count, steps);
-    };
-    if (side == 8) return raise(raiseToRowEdges<8>, raiseToColumnEdges<8>);
-    raise(raiseToRowEdges<4>, raiseToColumnEdges<4>);
+template <int side>
+void raiseToEdges(ConstViewU8 grid, int row, int first, int count, std::int32_t* steps) {
+    const ConstViewU8 fromFirst{grid.base + std::ptrdiff_t{first} * side, grid.step, count * side, grid.height};
+    raiseToRowEdges<side>(fromFirst, row, count, steps);
+    raiseToColumnEdges<side>(grid, row, first, count, steps);
+}
+
+void edgeStepsOfBlocks(ConstViewU8 grid, int side, int row, int first, int count, std::int32_t* steps) {
+    if (side == 8) return raiseToEdges<8>(grid, row, first, count, steps);
+    raiseToEdges<4>(grid, row, first, count, steps);
 }
 
 }  // namespace Orvel::primitives::HWY_NAMESPACE
@@ -240,18 +243,16 @@ Status blockFineStructure(ConstViewU8 blocks, std::span<std::int32_t> structure)
     return Status::ok;
 }
 
-Status blockEdgeSteps(ConstViewU8 grid, int side, int row, std::span<std::int32_t> steps) noexcept {
+Status blockEdgeSteps(ConstViewU8 grid, int side, int row, int first, std::span<std::int32_t> steps) noexcept {
     if (grid.base == nullptr || steps.data() == nullptr) return Status::nullPointer;
-    if (!grid.valid() || (side != 4 && side != 8) || grid.width % side != 0 || grid.height % side != 0 ||
-        steps.size() != static_cast<std::size_t>(grid.width / side))
+    if (!grid.valid() || (side != 4 && side != 8) || grid.width % side != 0 || grid.height % side != 0)
         return Status::badSize;
-    if (row < 0 || row >= grid.height / side) return Status::badArgument;
-    if (grid.width == side && grid.height == side) {
-        steps[0] = 0;
-        return Status::ok;
-    }
-    std::fill(steps.begin(), steps.end(), std::numeric_limits<std::int32_t>::min());
-    HWY_DYNAMIC_DISPATCH(edgeStepsOfBlocks)(grid, side, row, steps.data(), static_cast<int>(steps.size()));
+    const int rows = grid.height / side, cols = grid.width / side;
+    if (row < 0 || row >= rows || first < 0 || first >= cols || steps.size() > static_cast<std::size_t>(cols - first))
+        return Status::badArgument;
+    const bool alone = rows == 1 && cols == 1;
+    std::fill(steps.begin(), steps.end(), alone ? 0 : std::numeric_limits<std::int32_t>::min());
+    HWY_DYNAMIC_DISPATCH(edgeStepsOfBlocks)(grid, side, row, first, static_cast<int>(steps.size()), steps.data());
     return Status::ok;
 }
 

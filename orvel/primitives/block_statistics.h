@@ -25,8 +25,9 @@ Status blockFineStructure(ConstViewU8 blocks, std::span<std::int32_t> structure)
 /// nearest pairs of lines inside the block: on a smooth block a step scores its height times the side, while texture
 /// and noise come out negative. Edges at the grid's border are left out; a grid of one block scores 0.
 /// @param grid  whole blocks of one plane, side x side samples each (side 4 or 8, else badSize).
-/// @param row   which row of blocks; badArgument when the grid has no such row.
-/// @param steps an entry for every block of the row.
-Status blockEdgeSteps(ConstViewU8 grid, int side, int row, std::span<std::int32_t> steps) noexcept;
+/// @param row   which row of blocks, first the column of the first block wanted; badArgument when the grid does not
+/// hold
+///              all the blocks for which steps has an entry.
+Status blockEdgeSteps(ConstViewU8 grid, int side, int row, int first, std::span<std::int32_t> steps) noexcept;
 
 }  // namespace Orvel::primitives

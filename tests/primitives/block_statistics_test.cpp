@@ -56,10 +56,11 @@ TEST_P(BlockStatisticsTest, EdgeStepsOfEveryBlockOfAGrid) {
                 Plane grid(cols * side, rows * side, cols % 4, 61 + rows);
                 fillKind(grid, kind, rng);
                 for (int row = 0; row < rows; ++row) {
-                    Values steps(std::size_t(cols), -1);
-                    ASSERT_EQ(blockEdgeSteps(grid.view(), side, row, steps), Status::ok);
-                    for (int col = 0; col < cols; ++col)
-                        ASSERT_EQ(steps[std::size_t(col)],
+                    const int first = row % 2 * (cols / 3);
+                    Values steps(std::size_t(cols - first - row / 2 * (cols / 2)), -1);
+                    ASSERT_EQ(blockEdgeSteps(grid.view(), side, row, first, steps), Status::ok);
+                    for (int col = first; col < first + int(steps.size()); ++col)
+                        ASSERT_EQ(steps[std::size_t(col - first)],
                                   (BlockModel{grid.view(), side, row, col}.edgeStep(rows, cols)))
                             << "side " << side << " block " << row << ", " << col << " of " << rows << " x " << cols;
                 }
@@ -89,7 +90,7 @@ TEST_P(BlockStatisticsTest, KnownPictures) {
         for (int structure : values) EXPECT_EQ((structure * 123 + 128) >> 8, 484);
     }
     const auto steps = [&](Plane& plane, int side, int row) {
-        EXPECT_EQ(blockEdgeSteps(plane.view(), side, row, values), Status::ok);
+        EXPECT_EQ(blockEdgeSteps(plane.view(), side, row, 0, values), Status::ok);
         return values;
     };
     EXPECT_THAT(steps(ramp, 8, 0), ElementsAre(-49, 13));
@@ -109,12 +110,14 @@ TEST(BlockStatistics, Refusals) {
     EXPECT_EQ(blockActivity(eight, none), Status::nullPointer);
     EXPECT_EQ(blockActivity(plane.view(), two), Status::badSize);
     EXPECT_EQ(blockFineStructure(eight, three), Status::badSize);
-    EXPECT_EQ(blockEdgeSteps(plane.view(), 8, 0, two), Status::badSize) << "20 columns are not whole blocks";
+    EXPECT_EQ(blockEdgeSteps(plane.view(), 8, 0, 0, two), Status::badSize) << "20 columns are not whole blocks";
     const auto grid = plane.view().topLeft(16, 16);
-    EXPECT_EQ(blockEdgeSteps(grid, 16, 0, two), Status::badSize);
-    EXPECT_EQ(blockEdgeSteps(grid, 8, 0, three), Status::badSize);
-    EXPECT_EQ(blockEdgeSteps(grid, 8, 2, two), Status::badArgument);
-    EXPECT_EQ(blockEdgeSteps(grid, 8, -1, two), Status::badArgument);
+    EXPECT_EQ(blockEdgeSteps(grid, 16, 0, 0, two), Status::badSize);
+    EXPECT_EQ(blockEdgeSteps(grid, 8, 0, 0, three), Status::badArgument);
+    EXPECT_EQ(blockEdgeSteps(grid, 8, 0, 1, two), Status::badArgument);
+    EXPECT_EQ(blockEdgeSteps(grid, 8, 0, -1, two), Status::badArgument);
+    EXPECT_EQ(blockEdgeSteps(grid, 8, 2, 0, two), Status::badArgument);
+    EXPECT_EQ(blockEdgeSteps(grid, 8, -1, 0, two), Status::badArgument);
 }
 
 }  // namespace
