@@ -88,8 +88,15 @@ constexpr bool isBlockSide(int side) noexcept {
     return side == 2 || side == 4 || side == 8;
 }
 
+template <std::size_t width>
+void copyRows(ConstViewU8 src, ViewU8 dst) noexcept {
+    for (int y = 0; y < dst.height; ++y) std::memcpy(dst.row(y), src.row(y), width);
+}
+
 void copyBlock(ConstViewU8 src, ViewU8 dst) noexcept {
-    for (int y = 0; y < dst.height; ++y) std::memcpy(dst.row(y), src.row(y), static_cast<std::size_t>(dst.width));
+    if (dst.width == 4) return copyRows<4>(src, dst);
+    if (dst.width == 8) return copyRows<8>(src, dst);
+    copyRows<2>(src, dst);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "orvel/primitives/temporal_blend.h"
 
+#include <algorithm>
+
 #include "orvel/primitives/checks.h"
 #include "orvel/primitives/temporal_blend_columns.h"
 
@@ -49,7 +51,9 @@ PlaneView<T> columnsOf(PlaneView<T> view, std::size_t first, std::size_t count) 
 Status temporalBlend(ConstViewU8 cur, ConstViewU8 pred, std::span<const std::uint8_t> levels, ViewU8 dst) noexcept {
     if (const Status fault = checkSameSize(dst, cur, pred); fault != Status::ok) return fault;
     const auto side = static_cast<std::size_t>(dst.height);
-    if (side > BlendColumns::most || levels.size() > static_cast<std::size_t>(dst.width) / side) return Status::badSize;
+    if (side > BlendColumns::most || side % BlendColumns::group != 0 ||
+        levels.size() > static_cast<std::size_t>(dst.width) / side)
+        return Status::badSize;
     if (std::any_of(levels.begin(), levels.end(), [](int level) { return level >= temporalBlendLevels; }))
         return Status::badArgument;
     const std::size_t blocksAtOnce = BlendColumns::most / side;

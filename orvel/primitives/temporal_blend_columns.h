@@ -1,6 +1,6 @@
 #pragma once
-#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <span>
 
 #include "orvel/primitives/temporal_blend.h"
@@ -23,19 +23,27 @@ inline constexpr BlendLevel blendLevels[temporalBlendLevels] = {
 /// The levels of a run of blocks, spread over their columns.
 struct BlendColumns {
     static constexpr int most = 256;
+    static constexpr int group = 4;  ///< columns that are written at once
     std::int16_t reach[most], mostShare[most], gain[most], rounding[most];
 
-    /// side columns for each level; together at most `most`.
+    /// side columns for each level, a multiple of group; together at most `most`.
     BlendColumns(std::span<const std::uint8_t> levels, int side) noexcept {
         int x = 0;
         for (const std::uint8_t index : levels) {
             const BlendLevel& level = blendLevels[index];
-            std::fill_n(reach + x, side, level.reach);
-            std::fill_n(mostShare + x, side, level.most);
-            std::fill_n(gain + x, side, level.gain);
-            std::fill_n(rounding + x, side, level.rounding);
-            x += side;
+            for (const int end = x + side; x < end; x += group) {
+                spread(level.reach, reach + x);
+                spread(level.most, mostShare + x);
+                spread(level.gain, gain + x);
+                spread(level.rounding, rounding + x);
+            }
         }
+    }
+
+private:
+    static void spread(std::int16_t value, std::int16_t* to) noexcept {
+        const std::uint64_t lanes = static_cast<std::uint16_t>(value) * 0x0001000100010001u;
+        std::memcpy(to, &lanes, sizeof lanes);
     }
 };
 

@@ -64,6 +64,8 @@ TEST(TemporalBlend, Refusals) {
     EXPECT_EQ(temporalBlend(cur.view(), wider.view(), Levels{1}, dst.view()), Status::badSize);
     EXPECT_EQ(temporalBlend(cur.view(), pred.view(), Levels{1, 1, 1}, dst.view()), Status::badSize);
     EXPECT_EQ(temporalBlend(cur.view(), pred.view(), Levels{1, 8}, dst.view()), Status::badArgument);
+    EXPECT_EQ(temporalBlend(cur.view().band(0, 7), pred.view().band(0, 7), Levels{1}, dst.view().band(0, 7)),
+              Status::badSize);
     EXPECT_EQ(dst.difference(untouched), "");
 }
 
