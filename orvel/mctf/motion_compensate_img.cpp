@@ -2,7 +2,6 @@
 
 #include <tbb/blocked_range.h>
 
-#include <array>
 #include <cstddef>
 
 #include "orvel/img/parallel_rows.h"
@@ -17,7 +16,6 @@ namespace Orvel {
 namespace {
 
 using primitives::ConstViewU8;
-using primitives::PlaneView;
 using primitives::ViewU8;
 
 /// One block of a plane, side x side samples.
@@ -28,31 +26,32 @@ ViewU8 blockOf(const ViewU8& plane, int side, int row, int col) noexcept {
 /// Predicts rows of blocks.
 class CCompensateBlocks {
 public:
-    CCompensateBlocks(Img& dst, const Img& ref, const MEData& data, BlockGrid grid) : data_(data), grid_(grid) {
-        for (int p = 0; p < 3; ++p) {
-            dst_[static_cast<std::size_t>(p)] = planeView<std::uint8_t>(dst, p);
-            ref_[static_cast<std::size_t>(p)] = planeView<const std::uint8_t>(ref, p);
-        }
-    }
+    CCompensateBlocks(Img& dst, const Img& ref, const MEData& data, BlockGrid grid)
+        : dstY_(planeView<std::uint8_t>(dst, 0)),
+          dstU_(planeView<std::uint8_t>(dst, 1)),
+          dstV_(planeView<std::uint8_t>(dst, 2)),
+          refY_(planeView<const std::uint8_t>(ref, 0)),
+          refU_(planeView<const std::uint8_t>(ref, 1)),
+          refV_(planeView<const std::uint8_t>(ref, 2)),
+          data_(data),
+          grid_(grid) {}
 
     void operator()(const tbb::blocked_range<int>& rows) const {
         for (int row = rows.begin(); row < rows.end(); ++row)
-            for (int col = 0; col < grid_.cols; ++col) compensate(row, col);
+            for (int col = 0; col < grid_.cols; ++col) {
+                const MEBlockData block = data_.getBlockData(row * grid_.cols + col);
+                require(primitives::interpolateLuma(refY_, 8 * col, 8 * row, block.mvx, block.mvy,
+                                                    blockOf(dstY_, 8, row, col)),
+                        "ippiInterpolateLumaBlock_H264_8u_P1R failed");
+                require(primitives::interpolateChroma(refU_, refV_, 4 * col, 4 * row, block.mvx >> 1, block.mvy >> 1,
+                                                      blockOf(dstU_, 4, row, col), blockOf(dstV_, 4, row, col)),
+                        "ippiInterpolateChromaBlock_H264_8u_P2R failed");
+            }
     }
 
 private:
-    void compensate(int row, int col) const {
-        const MEBlockData block = data_.getBlockData(row * grid_.cols + col);
-        require(
-            primitives::interpolateLuma(ref_[0], 8 * col, 8 * row, block.mvx, block.mvy, blockOf(dst_[0], 8, row, col)),
-            "ippiInterpolateLumaBlock_H264_8u_P1R failed");
-        require(primitives::interpolateChroma(ref_[1], ref_[2], 4 * col, 4 * row, block.mvx >> 1, block.mvy >> 1,
-                                              blockOf(dst_[1], 4, row, col), blockOf(dst_[2], 4, row, col)),
-                "ippiInterpolateChromaBlock_H264_8u_P2R failed");
-    }
-
-    std::array<ViewU8, 3> dst_;
-    std::array<ConstViewU8, 3> ref_;
+    ViewU8 dstY_, dstU_, dstV_;
+    ConstViewU8 refY_, refU_, refV_;
     const MEData& data_;
     BlockGrid grid_;
 };

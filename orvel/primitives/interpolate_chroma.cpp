@@ -41,37 +41,41 @@ HWY_INLINE void weighNeighbours(int width, int height, int dx, int dy, const Loa
 }
 
 template <int lanes>
-void interpolatePlane(ConstViewU8 window, int dx, int dy, ViewU8 dst) {
+void interpolatePlane(const ConstViewU8& from, int dx, int dy, const ViewU8& dst) {
     weighNeighbours<lanes>(
-        dst.width, dst.height, dx, dy, [&](auto d, int x, int y) HWY_ATTR { return hn::LoadU(d, window.row(y) + x); },
+        dst.width, dst.height, dx, dy, [&](auto d, int x, int y) HWY_ATTR { return hn::LoadU(d, from.row(y) + x); },
         [&](auto d, auto v, int x, int y) HWY_ATTR { hn::StoreU(v, d, dst.row(y) + x); });
 }
 
-/// Both planes of blocks that are 4 wide, side by side in one vector.
-void interpolateFourWide(ConstViewU8 windowU, ConstViewU8 windowV, int dx, int dy, ViewU8 dstU, ViewU8 dstV) {
+/// Both planes of 4x4 blocks, side by side in one vector.
+void interpolateFourByFour(const ConstViewU8& u, const ConstViewU8& v, int dx, int dy, const ViewU8& dstU,
+                           const ViewU8& dstV) {
 #if HWY_TARGET == HWY_SCALAR
-    interpolatePlane<1>(windowU, dx, dy, dstU);
-    interpolatePlane<1>(windowV, dx, dy, dstV);
+    interpolatePlane<1>(u, dx, dy, dstU);
+    interpolatePlane<1>(v, dx, dy, dstV);
 #else
     weighNeighbours<8>(
-        4, dstU.height, dx, dy,
+        4, 4, dx, dy,
         [&](auto d, int x, int y) HWY_ATTR {
             const hn::Half<decltype(d)> four;
-            return hn::Combine(d, hn::LoadU(four, windowV.row(y) + x), hn::LoadU(four, windowU.row(y) + x));
+            return hn::Combine(d, hn::LoadU(four, v.row(y) + x), hn::LoadU(four, u.row(y) + x));
         },
-        [&](auto d, auto v, int x, int y) HWY_ATTR {
+        [&](auto d, auto blocks, int x, int y) HWY_ATTR {
             const hn::Half<decltype(d)> four;
-            hn::StoreU(hn::LowerHalf(four, v), four, dstU.row(y) + x);
-            hn::StoreU(hn::UpperHalf(four, v), four, dstV.row(y) + x);
+            hn::StoreU(hn::LowerHalf(four, blocks), four, dstU.row(y) + x);
+            hn::StoreU(hn::UpperHalf(four, blocks), four, dstV.row(y) + x);
         });
 #endif
 }
 
-void interpolateBlocks(ConstViewU8 windowU, ConstViewU8 windowV, int dx, int dy, ViewU8 dstU, ViewU8 dstV) {
-    if (dstU.width == 4) return interpolateFourWide(windowU, windowV, dx, dy, dstU, dstV);
-    const auto plane = dstU.width == 8 ? interpolatePlane<8> : interpolatePlane<2>;
-    plane(windowU, dx, dy, dstU);
-    plane(windowV, dx, dy, dstV);
+void interpolateBlocks(const ConstViewU8& u, const ConstViewU8& v, int dx, int dy, const ViewU8& dstU,
+                       const ViewU8& dstV) {
+    if (dstU.width == 4 && dstU.height == 4) return interpolateFourByFour(u, v, dx, dy, dstU, dstV);
+    const auto plane = dstU.width == 8   ? interpolatePlane<8>
+                       : dstU.width == 4 ? interpolatePlane<4>
+                                         : interpolatePlane<2>;
+    plane(u, dx, dy, dstU);
+    plane(v, dx, dy, dstV);
 }
 
 }  // namespace Orvel::primitives::HWY_NAMESPACE
@@ -89,36 +93,47 @@ constexpr bool isBlockSide(int side) noexcept {
 }
 
 template <std::size_t width>
-void copyRows(ConstViewU8 src, ViewU8 dst) noexcept {
-    for (int y = 0; y < dst.height; ++y) std::memcpy(dst.row(y), src.row(y), width);
+void copyRows(const ConstViewU8& from, const ViewU8& dst) noexcept {
+    for (int y = 0; y < dst.height; ++y) std::memcpy(dst.row(y), from.row(y), width);
 }
 
-void copyBlock(ConstViewU8 src, ViewU8 dst) noexcept {
-    if (dst.width == 4) return copyRows<4>(src, dst);
-    if (dst.width == 8) return copyRows<8>(src, dst);
-    copyRows<2>(src, dst);
+void copyBlock(const ConstViewU8& from, const ViewU8& dst) noexcept {
+    if (dst.width == 4) return copyRows<4>(from, dst);
+    if (dst.width == 8) return copyRows<8>(from, dst);
+    copyRows<2>(from, dst);
+}
+
+/// The blocks from samples that all exist: one column and one row more than the blocks have.
+void interpolateInside(const ConstViewU8& u, const ConstViewU8& v, int dx, int dy, const ViewU8& dstU,
+                       const ViewU8& dstV) noexcept {
+    if (dx != 0 || dy != 0) {
+        HWY_DYNAMIC_DISPATCH(interpolateBlocks)(u, v, dx, dy, dstU, dstV);
+        return;
+    }
+    copyBlock(u, dstU);
+    copyBlock(v, dstV);
 }
 
 }  // namespace
 
-Status interpolateChroma(ConstViewU8 frameU, ConstViewU8 frameV, int blockX, int blockY, int mvx, int mvy, ViewU8 dstU,
-                         ViewU8 dstV) noexcept {
+Status interpolateChroma(const ConstViewU8& frameU, const ConstViewU8& frameV, int blockX, int blockY, int mvx, int mvy,
+                         const ViewU8& dstU, const ViewU8& dstV) noexcept {
     if (frameU.base == nullptr || frameV.base == nullptr || dstU.base == nullptr || dstV.base == nullptr)
         return Status::nullPointer;
     if (!frameU.valid() || !sameSize(frameU, frameV) || !sameSize(dstU, dstV) || !isBlockSide(dstU.width) ||
         !isBlockSide(dstU.height))
         return Status::badSize;
     const std::int64_t x = std::int64_t{blockX} + (mvx >> 2), y = std::int64_t{blockY} + (mvy >> 2);
-    const int dx = 2 * (mvx & 3), dy = 2 * (mvy & 3);
-    const bool whole = dx == 0 && dy == 0;
-    const int width = dstU.width + !whole, height = dstU.height + !whole;  // one neighbour more to the right and below
-    const ClampedWindow<9, 9> windowU(frameU, x, y, width, height), windowV(frameV, x, y, width, height);
-    if (whole) {
-        copyBlock(windowU.view(), dstU);
-        copyBlock(windowV.view(), dstV);
+    const int dx = 2 * (mvx & 3), dy = 2 * (mvy & 3), width = dstU.width + 1, height = dstU.height + 1;
+    if (x >= 0 && y >= 0 && x + width <= frameU.width && y + height <= frameU.height) {
+        const auto window = [&](const ConstViewU8& frame) {
+            return ConstViewU8{frame.row(static_cast<int>(y)) + x, frame.step, width, height};
+        };
+        interpolateInside(window(frameU), window(frameV), dx, dy, dstU, dstV);
         return Status::ok;
     }
-    HWY_DYNAMIC_DISPATCH(interpolateBlocks)(windowU.view(), windowV.view(), dx, dy, dstU, dstV);
+    const ClampedWindow<9, 9> windowU(frameU, x, y, width, height), windowV(frameV, x, y, width, height);
+    interpolateInside(windowU.view(), windowV.view(), dx, dy, dstU, dstV);
     return Status::ok;
 }
 

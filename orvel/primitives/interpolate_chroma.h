@@ -9,7 +9,7 @@ namespace Orvel::primitives {
 /// block may lie anywhere: outside the frame the nearest edge sample repeats. The sides of the blocks are 2, 4 or 8 and
 /// the same for both, and so are the frames' (else badSize). The blocks must not share samples with the frames.
 /// Weights and rounding: ITU-T H.264, 8.4.2.2.2.
-Status interpolateChroma(ConstViewU8 frameU, ConstViewU8 frameV, int blockX, int blockY, int mvx, int mvy, ViewU8 dstU,
-                         ViewU8 dstV) noexcept;
+Status interpolateChroma(const ConstViewU8& frameU, const ConstViewU8& frameV, int blockX, int blockY, int mvx, int mvy,
+                         const ViewU8& dstU, const ViewU8& dstV) noexcept;
 
 }  // namespace Orvel::primitives
