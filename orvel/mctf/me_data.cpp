@@ -22,12 +22,4 @@ void MEData::clear() noexcept {
     std::fill_n(blocks_.get(), count_, MEBlockData{});
 }
 
-MEBlockData MEData::getBlockData(int i) const noexcept {
-    return i >= 0 && i < count_ ? blocks_[static_cast<std::size_t>(i)] : MEBlockData{};
-}
-
-void MEData::setBlockData(MEBlockData data, int i) noexcept {
-    if (i >= 0 && i < count_) blocks_[static_cast<std::size_t>(i)] = data;
-}
-
 }  // namespace Orvel

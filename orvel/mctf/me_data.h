@@ -1,4 +1,5 @@
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -25,9 +26,13 @@ public:
 
     int numBlocks() const noexcept { return count_; }
     /// A copy of record i; a zeroed one when there is no such block.
-    MEBlockData getBlockData(int i) const noexcept;
+    MEBlockData getBlockData(int i) const noexcept {
+        return i >= 0 && i < count_ ? blocks_[static_cast<std::size_t>(i)] : MEBlockData{};
+    }
     /// Stores record i; does nothing when there is no such block.
-    void setBlockData(MEBlockData data, int i) noexcept;
+    void setBlockData(MEBlockData data, int i) noexcept {
+        if (i >= 0 && i < count_) blocks_[static_cast<std::size_t>(i)] = data;
+    }
 
 private:
     std::unique_ptr<MEBlockData[]> blocks_;

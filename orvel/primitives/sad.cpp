@@ -51,7 +51,7 @@ struct Block {
 };
 
 /// v, or the sum of its two halves where it is longer.
-template <class V, class D = hn::Full128<hn::TFromV<V>>>
+template <class V, class D = hn::Full128<hn::TFromV<V> > >
 HWY_INLINE hn::Vec<D> foldTo128(V v) {
     if constexpr (rowsInVector == 4)
         return hn::Add(hn::LowerHalf(D(), v), hn::UpperHalf(D(), v));
@@ -70,29 +70,54 @@ HWY_INLINE hn::Vec<D64> partSads(const Block& cur, const std::uint8_t* ref, std:
     return sum;
 }
 
+HWY_INLINE std::int32_t oneSad(const Block& cur, const std::uint8_t* ref, std::ptrdiff_t step) {
+    const auto sums = foldTo128(partSads(cur, ref, step));
+    return static_cast<std::int32_t>(hn::GetLane(hn::SumOfLanes(hn::Full128<std::uint64_t>(), sums)));
+}
+
+/// Four blocks at once, a sum in each lane.
+HWY_INLINE hn::Vec<hn::Full128<std::int32_t> > fourSads(const Block& cur, const std::uint8_t* a, const std::uint8_t* b,
+                                                        const std::uint8_t* c, const std::uint8_t* d,
+                                                        std::ptrdiff_t step) {
+    const D64 d64;
+    const hn::Repartition<std::int32_t, D64> d32;
+    // Two blocks' numbers share 64-bit lanes, so that the same additions serve all four.
+    const auto pair = [&](const std::uint8_t* low, const std::uint8_t* high) HWY_ATTR {
+        return hn::Or(partSads(cur, low, step), hn::ShiftLeft<32>(partSads(cur, high, step)));
+    };
+    const auto ab = pair(a, b), cd = pair(c, d);
+    return foldTo128(hn::Add(hn::BitCast(d32, hn::InterleaveLower(d64, ab, cd)),
+                             hn::BitCast(d32, hn::InterleaveUpper(d64, ab, cd))));
+}
+
 void sadList(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t* const* refs, std::ptrdiff_t refStep,
              int n, std::int32_t* sads) {
     const Block block(cur, curStep);
-    const D64 d64;
-    const hn::Repartition<std::int32_t, D64> d32;
-    int i = 0;
-    for (; i + 4 <= n; i += 4) {
-        // Two blocks' numbers share 64-bit lanes, so that the same additions serve all four.
-        const auto pair = [&](int k) HWY_ATTR {
-            return hn::Or(partSads(block, refs[k], refStep), hn::ShiftLeft<32>(partSads(block, refs[k + 1], refStep)));
-        };
-        const auto first = pair(i), second = pair(i + 2);
-        const auto sums = hn::Add(hn::BitCast(d32, hn::InterleaveLower(d64, first, second)),
-                                  hn::BitCast(d32, hn::InterleaveUpper(d64, first, second)));
-        hn::StoreU(foldTo128(sums), hn::Full128<std::int32_t>(), sads + i);
+    const hn::Full128<std::int32_t> d32;
+    for (; n >= 4; n -= 4, refs += 4, sads += 4)
+        hn::StoreU(fourSads(block, refs[0], refs[1], refs[2], refs[3], refStep), d32, sads);
+    if (n == 0) return;
+    if (n == 1) {
+        sads[0] = oneSad(block, refs[0], refStep);
+        return;
     }
-    for (; i < n; ++i) {
-        const auto sums = foldTo128(partSads(block, refs[i], refStep));
-        sads[i] = static_cast<std::int32_t>(hn::GetLane(hn::SumOfLanes(hn::Full128<std::uint64_t>(), sums)));
-    }
+    std::int32_t rest[4];
+    hn::StoreU(fourSads(block, refs[0], refs[1], refs[n - 1], refs[n - 1], refStep), d32, rest);
+    for (int i = 0; i < n; ++i) sads[i] = rest[i];
 }
 
 #endif  // HWY_TARGET == HWY_SCALAR
+
+std::int32_t sadOfPair(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t* ref,
+                       std::ptrdiff_t refStep) {
+#if HWY_TARGET == HWY_SCALAR
+    std::int32_t sad = 0;
+    sadList(cur, curStep, &ref, refStep, 1, &sad);
+    return sad;
+#else
+    return oneSad(Block(cur, curStep), ref, refStep);
+#endif
+}
 
 Sad8x8List sadListOfThisTarget() {
     return &sadList;
@@ -104,7 +129,7 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace Orvel::primitives {
 
-HWY_EXPORT(sadList);
+HWY_EXPORT(sadOfPair);
 HWY_EXPORT(sadListOfThisTarget);
 
 Sad8x8List sad8x8List() noexcept {
@@ -115,7 +140,7 @@ Sad8x8List sad8x8List() noexcept {
 Status sad8x8(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t* ref, std::ptrdiff_t refStep,
               std::int32_t& sad) noexcept {
     if (cur == nullptr || ref == nullptr) return Status::nullPointer;
-    HWY_DYNAMIC_DISPATCH(sadList)(cur, curStep, &ref, refStep, 1, &sad);
+    sad = HWY_DYNAMIC_DISPATCH(sadOfPair)(cur, curStep, ref, refStep);
     return Status::ok;
 }
 
