@@ -119,13 +119,17 @@ TEST(PicData, StrengthFollowsBaseAndNoise) {
 }
 
 TEST(PicData, NoiseLooksAtTheBusierBlocksAndRaisesItsThreshold) {
-    // One busy block among 63 flat ones: the first threshold leaves only that one, fewer than a tenth.
-    const auto cur = test::makePicture(64, 64, [](int p, int x, int y) {
-        return p == 0 && x < 8 && y < 8 ? 100 + (x * 37 + y * 59) % 50 : 100 + (x + y) % 2;
+    // Of 256 blocks four are very busy and sixteen have activities from 8 to 23, near the threshold of about 16. Fewer
+    // than a tenth exceed it, so it rises in small steps and leaves one block after the other behind.
+    const auto cur = test::makePicture(128, 128, [](int p, int x, int y) {
+        const int block = y / 8 * 16 + x / 8, place = y % 8 * 8 + x % 8;
+        if (p > 0 || block >= 20) return 100;
+        if (block < 4) return (x + y) % 2 * 255;
+        return 100 + (place * 29 % 64 < block + 4);
     });
     MEData data;
-    ASSERT_TRUE(data.allocate(64));
-    for (int i = 0; i < 64; ++i) data.setBlockData({i == 0 ? 900 : 5, 0, 0}, i);
+    ASSERT_TRUE(data.allocate(256));
+    for (int i = 0; i < 256; ++i) data.setBlockData({i < 4 ? 300 * i : 16320, 0, 0}, i);
     for (int base : {0, 3}) checkPicture(*cur, *cur, data, base, 0);
 
     const auto flat = test::makeScene(1, 64, 64, 0);
