@@ -33,7 +33,9 @@ void ringSads(const std::uint8_t* cur, std::ptrdiff_t curStep, ConstViewU8 ref, 
 using D8x16 = hn::Full128<std::uint8_t>;
 using D8x8 = hn::Full64<std::uint8_t>;
 using D64x2 = hn::Full128<std::uint64_t>;
+using D16x8 = hn::Full128<std::int16_t>;
 using V8x16 = hn::Vec<D8x16>;
+using V16x8 = hn::Vec<D16x8>;
 using V64x2 = hn::Vec<D64x2>;
 
 // Columns -1 .. 7 in one vector, or columns -1 .. 6 and 0 .. 7 one after the other.
@@ -113,8 +115,8 @@ HWY_INLINE SideSads sideSads(const CurrentBlock& cur, const std::uint8_t* at, st
 
 /// Differences from the neighbours below (first) and above.
 HWY_INLINE V64x2 straightSads(const CurrentBlock& cur, const std::uint8_t* at, std::ptrdiff_t step) {
-    const hn::Full128<std::int16_t> d16;
-    LastSix<hn::Vec<decltype(d16)> > samples;
+    const D16x8 d16;
+    LastSix<V16x8> samples;
     const auto read = [&](int y) HWY_ATTR { samples.push(hn::PromoteTo(d16, hn::LoadU(D8x8(), at + y * step))); };
     for (int y = -3; y < 2; ++y) read(y);
     auto sads = hn::Zero(D64x2());

@@ -28,6 +28,8 @@ void sadList(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t
 
 using D8 = hn::CappedTag<std::uint8_t, 32>;  // four rows of a block, or two where vectors are short
 using D64 = hn::Repartition<std::uint64_t, D8>;
+using D32x4 = hn::Full128<std::int32_t>;
+using V32x4 = hn::Vec<D32x4>;
 constexpr int rowsInVector = static_cast<int>(hn::MaxLanes(D8())) / 8, vectorsInBlock = 8 / rowsInVector;
 
 /// Rows of 8 samples side by side, as many as the vector holds.
@@ -70,15 +72,9 @@ HWY_INLINE hn::Vec<D64> partSads(const Block& cur, const std::uint8_t* ref, std:
     return sum;
 }
 
-HWY_INLINE std::int32_t oneSad(const Block& cur, const std::uint8_t* ref, std::ptrdiff_t step) {
-    const auto sums = foldTo128(partSads(cur, ref, step));
-    return static_cast<std::int32_t>(hn::GetLane(hn::SumOfLanes(hn::Full128<std::uint64_t>(), sums)));
-}
-
 /// Four blocks at once, a sum in each lane.
-HWY_INLINE hn::Vec<hn::Full128<std::int32_t> > fourSads(const Block& cur, const std::uint8_t* a, const std::uint8_t* b,
-                                                        const std::uint8_t* c, const std::uint8_t* d,
-                                                        std::ptrdiff_t step) {
+HWY_INLINE V32x4 fourSads(const Block& cur, const std::uint8_t* a, const std::uint8_t* b, const std::uint8_t* c,
+                          const std::uint8_t* d, std::ptrdiff_t step) {
     const D64 d64;
     const hn::Repartition<std::int32_t, D64> d32;
     // Two blocks' numbers share 64-bit lanes, so that the same additions serve all four.
@@ -93,12 +89,13 @@ HWY_INLINE hn::Vec<hn::Full128<std::int32_t> > fourSads(const Block& cur, const 
 void sadList(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t* const* refs, std::ptrdiff_t refStep,
              int n, std::int32_t* sads) {
     const Block block(cur, curStep);
-    const hn::Full128<std::int32_t> d32;
+    const D32x4 d32;
     for (; n >= 4; n -= 4, refs += 4, sads += 4)
         hn::StoreU(fourSads(block, refs[0], refs[1], refs[2], refs[3], refStep), d32, sads);
     if (n == 0) return;
     if (n == 1) {
-        sads[0] = oneSad(block, refs[0], refStep);
+        const auto sums = foldTo128(partSads(block, refs[0], refStep));
+        sads[0] = static_cast<std::int32_t>(hn::GetLane(hn::SumOfLanes(hn::Full128<std::uint64_t>(), sums)));
         return;
     }
     std::int32_t rest[4];
@@ -107,17 +104,6 @@ void sadList(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t
 }
 
 #endif  // HWY_TARGET == HWY_SCALAR
-
-std::int32_t sadOfPair(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t* ref,
-                       std::ptrdiff_t refStep) {
-#if HWY_TARGET == HWY_SCALAR
-    std::int32_t sad = 0;
-    sadList(cur, curStep, &ref, refStep, 1, &sad);
-    return sad;
-#else
-    return oneSad(Block(cur, curStep), ref, refStep);
-#endif
-}
 
 Sad8x8List sadListOfThisTarget() {
     return &sadList;
@@ -129,7 +115,7 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace Orvel::primitives {
 
-HWY_EXPORT(sadOfPair);
+HWY_EXPORT(sadList);
 HWY_EXPORT(sadListOfThisTarget);
 
 Sad8x8List sad8x8List() noexcept {
@@ -140,7 +126,7 @@ Sad8x8List sad8x8List() noexcept {
 Status sad8x8(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t* ref, std::ptrdiff_t refStep,
               std::int32_t& sad) noexcept {
     if (cur == nullptr || ref == nullptr) return Status::nullPointer;
-    sad = HWY_DYNAMIC_DISPATCH(sadOfPair)(cur, curStep, ref, refStep);
+    HWY_DYNAMIC_DISPATCH(sadList)(cur, curStep, &ref, refStep, 1, &sad);
     return Status::ok;
 }
 
