@@ -1,0 +1,93 @@
+#pragma once
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "orvel/img/i420_img.h"
+#include "orvel/mctf/me_data.h"
+#include "orvel/mctf/motion_estimate_params.h"
+#include "orvel/mctf/mv_predictors.h"
+#include "orvel/sys/api.h"
+
+namespace Orvel {
+
+namespace primitives {
+template <class>
+struct PlaneView;
+}
+
+/// Finds, block by block, where the 8x8 luma blocks of the current picture come from in a reference picture: the best
+/// of the vectors found for the neighbours, refined by a diamond search on whole samples and by one ring of half
+/// samples. The cost is the plain sum of absolute differences.
+///
+/// A block's result depends on those of its left, top and top right neighbours, which must have been searched before.
+/// The searcher keeps no state between blocks, so several threads may search different blocks. It owns nothing:
+/// parameters, data and pictures must outlive their use.
+template <class T>
+class ORVEL_API MotionEstimateBlk {
+public:
+    /// Without parameters or pictures.
+    MotionEstimateBlk() noexcept;
+
+    /// Takes the parameters, with blkCols and blkRows, and where results go. @return false when either is null.
+    [[nodiscard]] bool init(MotionEstimateImgParams* params, MEData* data) noexcept;
+    /// The pictures of the coming searches.
+    /// @return false when a picture is null or its luma plane is not params.width x params.height samples of 8 bits
+    /// with memory, when blkCols and blkRows are not those of that size, the data has fewer records, or init() has not
+    /// succeeded; nothing is then searched.
+    bool setImgs(T* cur, T* ref) noexcept;
+
+    /// Searches one block and stores its record; does nothing without pictures or for a block that does not exist.
+    void process(int blk) noexcept;
+
+protected:
+    // Vectors are whole samples until scaleMVstoQP(), quarter samples from then on and in the data. Blocks must exist.
+
+    /// The vectors worth trying first: zero, left, top, top right and their median, each once.
+    void getNeighborPreds(MVPredictors& list, int blk) const noexcept;
+    void getBestMVPredictor(MEBlockData& best, int blk) const noexcept;
+    /// Tries best's vector plus each candidate that stays inside the picture. Better is a lower cost, or the same cost
+    /// and a shorter vector (|x| + |y|). @return whether best was improved.
+    bool evaluateMVPredictors(MVPredictors candidates, MEBlockData& best, int blk) const noexcept;
+    /// Walks the large diamond up to 8 times and the small one once while the cost is above 255.
+    void getBestMVRefined(MEBlockData& best, int blk) const noexcept;
+    void doSubPelRefinement(MEBlockData& best, int blk) const noexcept;
+    /// Tries the eight half-sample neighbours of best's vector; only a lower cost wins, and is stored at once.
+    void blkSearchSPel(MEBlockData& best, int blk) const noexcept;
+    static void scaleMVstoQP(MEBlockData& best) noexcept;
+
+private:
+    using PredictorSlots = std::array<tagPOINT, 5>;
+
+    struct Samples {
+        const std::uint8_t* base = nullptr;
+        std::ptrdiff_t step = 0;
+        const std::uint8_t* at(std::ptrdiff_t x, std::ptrdiff_t y) const noexcept { return base + y * step + x; }
+    };
+    using SadList = void (*)(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t* const* refs,
+                             std::ptrdiff_t refStep, int n, std::int32_t* sads);
+    using RingSads = void (*)(const std::uint8_t* cur, std::ptrdiff_t curStep,
+                              primitives::PlaneView<const std::uint8_t> ref, int x, int y, std::int32_t* sads);
+
+    tagPOINT topLeft(int blk) const noexcept;
+    tagPOINT wholeVector(int blk) const noexcept;
+    int neighborVectors(PredictorSlots& list, int blk) const noexcept;
+    int tryCandidates(std::span<const tagPOINT> candidates, MEBlockData& best, tagPOINT pos) const noexcept;
+    const MVPredictors& untriedAfter(tagPOINT move) const noexcept;
+    void ringCosts(const MEBlockData& centre, tagPOINT pos, std::int32_t* sads) const noexcept;
+
+    MotionEstimateImgParams* params_ = nullptr;
+    MEData* data_ = nullptr;
+    int blocks_ = 0;  // that may be searched: 0 without pictures
+    Samples cur_, ref_;
+    SadList sadList_ = nullptr;  // the primitives of this machine
+    RingSads ringSads_ = nullptr;
+    MVPredictors largeDiamond_, smallDiamond_;
+    /// After a move to point k of the large diamond: those of its points that the diamond before has not tried.
+    std::array<MVPredictors, 8> untriedAfter_;
+};
+
+extern template class MotionEstimateBlk<I420Img>;
+
+}  // namespace Orvel
