@@ -1,6 +1,5 @@
 #include "orvel/pipeline/process_video.h"
 
-#include <limits>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -62,63 +61,12 @@ bool ProcessVideo<T>::allocate(ProcessVideoParams<T>& p) {
 }
 
 template <class T>
-bool ProcessVideo<T>::buildStages() {
-    if (params_.mctfEnable) return false;                               // this stage does not exist yet
-    if (params_.cropWidth < 0 || params_.cropHeight < 0) return false;  // validation bounds a crop by its end alone
-
-    if (!params_.srcProgressive && params_.dstProgressive) {
-        deinterlacer_.reset(DeinterlaceImg::newAlloc(params_.deinterlaceType));
-        if (!deinterlacer_) return false;
-        // By design a refused record does not fail the engine: the deinterlacer then refuses every picture.
-        static_cast<void>(deinterlacer_->allocate(params_.deinterlaceParams));
-    }
-    if (params_.cropWidth != params_.dstCropWidth || params_.cropHeight != params_.dstCropHeight) {
-        resizer_.reset(allocateResizer());
-        if (!resizer_) return false;
-    }
-    const bool newRate =
-        params_.srcFrameRateNum != params_.dstFrameRateNum || params_.srcFrameRateDen != params_.dstFrameRateDen;
-    if (newRate && !buildConverter()) return false;
-    const tagSIZE crop{params_.cropWidth, params_.cropHeight}, canvas{params_.dstWidth, params_.dstHeight};
-    const tagSIZE source{params_.srcWidth, params_.srcHeight};
-    const int bpp = IMGPLANAR_BPP();
-    if (!cropPool_.allocate(crop, bpp, 0) || !deinterlacePool_.allocate(crop, bpp, 0) ||
-        !resizePool_.allocate(canvas, bpp, 0) || !mctfPool_.allocate(canvas, bpp, 0) ||
-        !frameRatePool_.allocate(canvas, bpp, 0) || !unprocessedPool_.allocate(source, bpp, 0))
-        return false;
-    if (params_.keepUserData) userDataList_.reset(new (std::nothrow) std::list<void*>);
-    return !params_.keepUserData || userDataList_;
-}
-
-/// The converter for the rates of the parameters, one after the other.
-template <class T>
-bool ProcessVideo<T>::buildConverter() {
-    constexpr std::uint32_t most = std::numeric_limits<std::int32_t>::max();
-    for (const std::uint32_t value :
-         {params_.srcFrameRateNum, params_.srcFrameRateDen, params_.dstFrameRateNum, params_.dstFrameRateDen})
-        if (value > most) return false;
-    FrameRateConvertParams rates;
-    rates.srcRateNum = static_cast<std::int32_t>(params_.srcFrameRateNum);
-    rates.srcRateDen = static_cast<std::int32_t>(params_.srcFrameRateDen);
-    rates.dstRateNum = static_cast<std::int32_t>(params_.dstFrameRateNum);
-    rates.dstRateDen = static_cast<std::int32_t>(params_.dstFrameRateDen);
-    const auto rate = [](std::uint32_t num, std::uint32_t den) {
-        return static_cast<float>(num) / static_cast<float>(den);
-    };
-    rates.blend = params_.frameRateBlend > 0 ||
-                  (params_.frameRateBlend < 0 && rate(params_.srcFrameRateNum, params_.srcFrameRateDen) <
-                                                     rate(params_.dstFrameRateNum, params_.dstFrameRateDen));
-    rates.keepUserData = params_.keepUserData;
-    frameRateConverter_.reset(new (std::nothrow) FrameRateConvert);
-    return frameRateConverter_ && frameRateConverter_->allocate(rates);
-}
-
-template <class T>
 void ProcessVideo<T>::deallocate() {
     dropHeldFrames([](Img&) {});
     DeinterlaceImgParams::deleteDealloc(params_.deinterlaceParams);
     deinterlacer_.reset();
     resizer_.reset();
+    mctfFilter_.reset();
     frameRateConverter_.reset();
     // mctfPool_ is left out by design: it keeps its pictures, and with them a second allocate() fails.
     for (ImgPool<T>* pool : {&cropPool_, &deinterlacePool_, &resizePool_, &frameRatePool_, &unprocessedPool_})
@@ -139,7 +87,8 @@ T* ProcessVideo<T>::process(Img& src, bool& ok) {
 
     try {
         T* result = cropConvert(src, ok);
-        for (const auto stage : {&ProcessVideo::deinterlace, &ProcessVideo::resize, &ProcessVideo::frameRateConvert})
+        for (const auto stage :
+             {&ProcessVideo::deinterlace, &ProcessVideo::resize, &ProcessVideo::mctf, &ProcessVideo::frameRateConvert})
             if (result != nullptr) result = (this->*stage)(result, ok);
         if (result == nullptr) return nullptr;
         if (result == &src && params_.copyUnprocessed) result = copySrcToUnprocessed(src);
@@ -170,6 +119,8 @@ void ProcessVideo<T>::dropHeldFrames(const Farewell& farewell) {
     };
     if (deinterlacer_)
         while (Img* const frame = deinterlacer_->popImg()) drop(frame);
+    if (mctfFilter_)
+        while (Img* const frame = mctfFilter_->popImg()) drop(frame);
     // The converter's queue holds its first picture twice and answers null for the one of them.
     if (frameRateConverter_)
         while (frameRateConverter_->bufferedFrames() > 0)
@@ -308,6 +259,31 @@ bool ProcessVideo<T>::scaleInto(Img& view, Img& in) {
     view.getBottomFieldShadow(viewField);
     in.getBottomFieldShadow(inField);
     return scaleField() && top;
+}
+
+template <class T>
+T* ProcessVideo<T>::mctf(T* in, bool& ok) {
+    ok = !mctfFilter_;
+    if (ok) return in;
+    if constexpr (std::is_same_v<T, I420Img>) {
+        if (in == curSrc_) in = copySrcToUnprocessedBuffer(in);
+        Lease pushed(*this, in);
+        if (in == nullptr || !mctfFilter_->pushImg(in)) return nullptr;
+        pushed.handOn();
+        ok = mctfFilter_->bufferedFrames() < mctfFilter_->requiredFrames();
+        if (ok) return nullptr;
+
+        Lease out(*this, fetch(mctfPool_));
+        T* released = nullptr;
+        ok = out.img != nullptr && mctfFilter_->filter(*out.img, &released);
+        // Without a picture to write to the older one leaves as well, to make room.
+        const Lease used(*this, out.img != nullptr ? released : mctfFilter_->popImg());
+        if (!ok) return nullptr;
+        Img::moveUserData(*out.img, *released);
+        if (params_.keepUserData) Img::moveUserData(*out.img, *in);
+        return out.handOn();
+    }
+    return nullptr;
 }
 
 template <class T>

@@ -7,6 +7,8 @@
 #include "orvel/framerate/frame_rate_convert.h"
 #include "orvel/img/all_formats.h"
 #include "orvel/img/img_pool.h"
+#include "orvel/mctf/mctf_fast_interlaced.h"
+#include "orvel/mctf/mctf_fast_progressive.h"
 #include "orvel/pipeline/process_video_params.h"
 #include "orvel/resize/resize_img.h"
 #include "orvel/sys/api.h"
@@ -14,10 +16,13 @@
 namespace Orvel {
 
 /// Turns each source picture into zero or more finished pictures: crops and converts it into the working format T,
-/// deinterlaces it, resizes it onto a canvas and converts its frame rate. Stages that are not configured cost nothing.
+/// deinterlaces it, resizes it onto a canvas, filters its noise and converts its frame rate. Stages that are not
+/// configured cost nothing.
 ///
 /// Some stages hold pictures back: a deinterlacer that looks at n pictures gives the first output with the nth, the
-/// frame-rate converter with its second picture; what they hold at the end is not output, see flush().
+/// temporal filter and the frame-rate converter with their second picture; what they hold at the end is not output, see
+/// flush(). The temporal filter is for I420Img, and needs pictures of the whole canvas: a destination rectangle that is
+/// not scaled has it refuse every picture.
 ///
 /// | T       | accepts          |
 /// |---------|------------------|
@@ -64,8 +69,8 @@ public:
     /// A further output for the source pictures given so far; null with ok true when there is none.
     [[nodiscard]] T* isOutputAvailable(bool& ok);
     /// Drops the pictures that the stages hold, keeping their user data for extractUserData(): what the deinterlacer
-    /// held, then what the frame-rate converter held. Throws std::bad_alloc; the user data of the picture that it came
-    /// to is lost then.
+    /// held, then the temporal filter's, then the frame-rate converter's. Throws std::bad_alloc; the user data of the
+    /// picture that it came to is lost then.
     void flush();
     /// Hands back a picture of process() or isOutputAvailable() and sets img to null. @return false, with nothing
     /// changed, for a picture that the engine did not issue.
@@ -80,7 +85,7 @@ public:
     bool hasDstCropping() const;  ///< the destination rectangle is not the whole canvas
     bool hasDeinterlacing() const { return deinterlacer_ != nullptr; }
     bool hasResizing() const { return resizer_ != nullptr; }
-    bool hasMCTF() const { return false; }
+    bool hasMCTF() const { return mctfFilter_ != nullptr; }
     bool hasFrameRateConversion() const { return frameRateConverter_ != nullptr; }
 
 protected:
@@ -93,6 +98,8 @@ protected:
     T* deinterlace(T* in, bool& ok);
     /// Scaling into the destination rectangle of a canvas.
     T* resize(T* in, bool& ok);
+    /// Temporal noise filtering; fails for T other than I420Img when there is a filter.
+    T* mctf(T* in, bool& ok);
     /// Frame-rate conversion; isOutputAvailable() has further outputs.
     T* frameRateConvert(T* in, bool& ok);
 
@@ -110,6 +117,7 @@ private:
     struct Lease;
 
     bool buildStages();
+    bool buildFilter();
     bool buildConverter();
     template <class Farewell>
     void dropHeldFrames(const Farewell& farewell);
@@ -126,7 +134,9 @@ private:
     std::unique_ptr<DeinterlaceImg> deinterlacer_;
     ImgPool<T> deinterlacePool_;
     std::unique_ptr<ResizeImg> resizer_;
-    ImgPool<T> resizePool_, mctfPool_;
+    ImgPool<T> resizePool_;
+    std::unique_ptr<MCTFFast<I420Img>> mctfFilter_;
+    ImgPool<T> mctfPool_;
     std::unique_ptr<FrameRateConvert> frameRateConverter_;
     ImgPool<T> frameRatePool_, unprocessedPool_;
     std::unique_ptr<std::list<void*>> userDataList_;  ///< made by allocate() when user data is kept

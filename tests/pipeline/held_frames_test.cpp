@@ -1,4 +1,4 @@
-// The stages that look at several pictures: deinterlacing and frame-rate conversion inside the engine.
+// The stages that look at several pictures, inside the engine: deinterlacing, noise filtering, frame-rate conversion.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -185,12 +185,61 @@ TEST(RateStage, IsBuiltWhenTheNumbersDifferAndChoosesBlendingBySpeed) {
     EXPECT_FALSE(ProcessVideo<I420Img>().allocate(none));
 }
 
+TEST(FilterStage, GivesWhatTheFilterGives) {
+    const auto check = []<class Filter>(Filter alone, bool interlaced) {
+        auto p = sized<I420Img>(96, 80);
+        p.srcProgressive = p.dstProgressive = !interlaced;
+        p.mctfEnable = true;
+        p.mctfParams.strength = 5;
+        ProcessVideo<I420Img> engine;
+        ASSERT_TRUE(engine.allocate(p));
+        EXPECT_TRUE(engine.hasMCTF());
+        EXPECT_EQ(p.mctfParams.width, 96);
+        ASSERT_TRUE(alone.allocate(p.mctfParams));
+        std::vector<std::unique_ptr<I420Img>> sources;
+        for (unsigned i = 0; i < 5; ++i) {
+            sources.push_back(picture<I420Img>(96, 80, i + 1));
+            const auto source = picture<I420Img>(96, 80, i + 1);
+            const auto outputs = outputsFor(engine, *source);
+            EXPECT_EQ(bytesOf(*source), bytesOf(*picture<I420Img>(96, 80, i + 1))) << "the caller's picture changed";
+            EXPECT_TRUE(source->set(0));  // the engine must not look at it again
+            ASSERT_TRUE(alone.pushImg(sources.back().get()));
+            ASSERT_EQ(outputs.size(), i == 0 ? 0u : 1u);
+            if (i == 0) continue;
+            const auto expected = picture<I420Img>(96, 80);
+            ASSERT_TRUE(alone.filter(*expected, nullptr));
+            EXPECT_EQ(outputs[0], bytesOf(*expected)) << "picture " << i;
+        }
+    };
+    check.operator()<MCTFFastProgressive<I420Img>>({}, false);
+    check.operator()<MCTFFastInterlaced<I420Img>>({}, true);
+}
+
+TEST(FilterStage, RefusesACanvasItCannotFilterAndPicturesThatDoNotFillIt) {
+    auto small = sized<I420Img>(62, 48);
+    small.mctfEnable = true;
+    EXPECT_FALSE(ProcessVideo<I420Img>().allocate(small));
+    auto p = sized<I420Img>(64, 64);
+    p.mctfEnable = p.keepUserData = true;
+    p.dstWidth = 96, p.dstCropWidth = 64;  // a picture that is not scaled
+    ProcessVideo<I420Img> engine;
+    ASSERT_TRUE(engine.allocate(p));
+    const auto src = picture<I420Img>(64, 64);
+    int mark = 0;
+    ASSERT_TRUE(src->addUserData(&mark));
+    bool ok = true;
+    EXPECT_EQ(engine.process(*src, ok), nullptr);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(userDataOf(*src), std::vector<void*>{&mark});
+}
+
 /// A pipeline with all stages, one mark for each source picture.
 struct Marked {
     explicit Marked(std::uint32_t dstRate) {
         auto p = deinterlacing<I420Img>(DeinterlaceTypeBlend);
         p.srcFrameRateNum = 25, p.dstFrameRateNum = dstRate;
-        p.dstWidth = 48, p.dstHeight = 40;
+        p.dstWidth = 80, p.dstHeight = 40;
+        p.mctfEnable = true;
         p.keepUserData = true;
         EXPECT_TRUE(engine.allocate(p));
         for (std::size_t i = 0; i < marks.size(); ++i) expected.push_back(&marks[i]);
@@ -227,17 +276,18 @@ TEST(HeldFrames, UserDataIsNeitherLostNorDoubled) {
 
 TEST(HeldFrames, FlushGivesUserDataStageByStage) {
     Marked run(50);
-    run.feed(0, 6);
-    const auto src = picture<UYVYImg>(width, height, 7);
-    ASSERT_TRUE(src->addUserData(&run.marks[6]));
+    run.feed(0, 7);
+    const auto src = picture<UYVYImg>(width, height, 8);
+    ASSERT_TRUE(src->addUserData(&run.marks[7]));
     bool ok = false;
     I420Img* out = run.engine.process(*src, ok);  // the first of two outputs, nearer to the older picture
     ASSERT_NE(out, nullptr);
     EXPECT_TRUE(run.engine.returnImg(out));
     run.items.clear();
     run.flush();
-    // The deinterlacer's queue is dropped first, though its picture came later; then what the converter held.
-    EXPECT_EQ(run.items, (std::vector<void*>{&run.marks[6], &run.marks[5]}));
+    // The deinterlacer's queue is dropped first, though its picture came later; the filter's data went on with its
+    // picture; then comes what the converter held.
+    EXPECT_EQ(run.items, (std::vector<void*>{&run.marks[7], &run.marks[6]}));
     run.items.clear();
     run.flush();
     EXPECT_TRUE(run.items.empty());

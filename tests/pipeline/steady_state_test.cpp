@@ -46,7 +46,7 @@ TEST(SteadyState, NoPictureMemoryIsAllocatedPerFrame) {
         auto allStages = plain;
         allStages.srcProgressive = false;
         allStages.deinterlaceType = DeinterlaceTypeBlend;
-        allStages.dstWidth = 640, allStages.dstFrameRateNum = 50;
+        allStages.dstWidth = 640, allStages.dstFrameRateNum = 50, allStages.mctfEnable = true;
         EXPECT_EQ((steadyStateAllocations<I420Img, UYVYImg>(allStages)), 0);
         ProcessVideoParams<HY16Img> deep;
         deep.srcWidth = 720, deep.srcHeight = 576, deep.dstWidth = 1280, deep.dstHeight = 720;
