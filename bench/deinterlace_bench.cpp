@@ -51,18 +51,10 @@ const std::vector<FilterPeer::Frame>& ffmpegContent() {
 }
 
 void besideFfmpeg(const std::string& operation, const char* who, const std::string& filter, int threads) {
-    struct State {
-        FilterPeer peer;
-        std::size_t next = 0;
-    };
-    const auto state = std::make_shared<State>(State{FilterPeer(filter, hd.width, hd.height, 25, threads)});
-    if (!state->peer.ready()) return;
-    measure(operation, "1080i", who, threads, bytesMoved(), [state] {
-        do {
-            if (!state->peer.push(ffmpegContent()[state->next++ % content().size()])) return false;
-        } while (!state->peer.pull());
-        return true;
-    });
+    FilterPeer peer(filter, *content()[0], 25, threads);
+    if (!peer.ready()) return;
+    const auto loop = std::make_shared<FilterLoop>(std::move(peer), ffmpegContent());
+    measure(operation, "1080i", who, threads, bytesMoved(), [loop] { return loop->produce(1); });
 }
 #else
 void besideFfmpeg(const std::string&, const char*, const std::string&, int) {}

@@ -153,23 +153,12 @@ void measureConversion(int threads) {
 
 #ifdef ORVEL_WITH_AVFILTER
 void besideFfmpeg(int threads) {
-    struct State {
-        FilterPeer peer;
-        std::vector<FilterPeer::Frame> ring;
-        std::size_t next = 0;
-    };
-    const auto state =
-        std::make_shared<State>(State{FilterPeer("framerate=fps=50:flags=0", hd.width, hd.height, 25, threads), {}});
-    if (!state->peer.ready()) return;
-    for (const Picture& picture : content()) state->ring.push_back(FilterPeer::frameOf(*picture, false));
-    measure(conversion, hd.name, "ffmpeg framerate", threads, conversionBytes(), [state] {
-        int results = 0;
-        while (results < 4) {
-            if (!state->peer.push(state->ring[state->next++ % state->ring.size()])) return false;
-            while (state->peer.pull()) ++results;
-        }
-        return true;
-    });
+    FilterPeer peer("framerate=fps=50:flags=0", *content()[0], 25, threads);
+    if (!peer.ready()) return;
+    std::vector<FilterPeer::Frame> ring;
+    for (const Picture& picture : content()) ring.push_back(FilterPeer::frameOf(*picture, false));
+    const auto loop = std::make_shared<FilterLoop>(std::move(peer), std::move(ring));
+    measure(conversion, hd.name, "ffmpeg framerate", threads, conversionBytes(), [loop] { return loop->produce(4); });
 }
 #endif
 

@@ -29,7 +29,7 @@ TEST(ClipTest, WeavingTakesEvenLinesFromTheEarlierPicture) {
 
 TEST(ClipTest, NoiseHasItsStrengthAndComesAgainWithItsSeed) {
     const Clip clean{flat(200, 100, 128)};
-    const Clip noisy = withNoise(clean, 4, 1), again = withNoise(clean, 4, 1), other = withNoise(clean, 4, 2);
+    const Clip noisy = withNoise(clean, 4, 2, 1), again = withNoise(clean, 4, 2, 1), other = withNoise(clean, 4, 2, 2);
     double sum = 0, squares = 0;
     bool differs = false;
     for (int y = 0; y < 100; ++y)
@@ -43,7 +43,7 @@ TEST(ClipTest, NoiseHasItsStrengthAndComesAgainWithItsSeed) {
     EXPECT_NEAR(sum / 20000, 0, 0.12);  // four standard errors
     EXPECT_NEAR(std::sqrt(squares / 20000), std::sqrt(16 + 1.0 / 12), 0.08);
     for (int value : {0, 255}) {
-        const Clip atTheEnd = withNoise({flat(20, 20, value)}, 4, 3);
+        const Clip atTheEnd = withNoise({flat(20, 20, value)}, 4, 4, 3);
         for (int x = 0; x < 20; ++x) ASSERT_NEAR(*atTheEnd[0]->getPixel(0, 0, x), value, 20);  // clipped, not wrapped
     }
 }
