@@ -53,6 +53,19 @@ std::vector<Bytes> outputsFor(ProcessVideo<T>& engine, Img& src, std::vector<voi
     return outputs;
 }
 
+/// The engine fails with src, each time, and src keeps its user data.
+template <class T>
+void expectRefused(ProcessVideo<T>& engine, Img& src) {
+    int mark = 0;
+    ASSERT_TRUE(src.addUserData(&mark));
+    for (int i = 0; i < 3; ++i) {
+        bool ok = true;
+        EXPECT_EQ(engine.process(src, ok), nullptr);
+        EXPECT_FALSE(ok);
+        EXPECT_EQ(userDataOf(src), std::vector<void*>{&mark});
+    }
+}
+
 TEST(DeinterlaceStage, GivesWhatTheDeinterlacerGives) {
     const auto check = []<class T>(T, DeinterlaceType type) {
         auto p = deinterlacing<T>(type);
@@ -89,15 +102,7 @@ TEST(DeinterlaceStage, ARecordOfAnotherDeinterlacerFailsEveryPictureAndLosesNone
     p.deinterlaceParams = DeinterlaceImgParams::newAlloc(DeinterlaceTypeTriangle);
     ProcessVideo<HY16Img> engine;
     ASSERT_TRUE(engine.allocate(p));
-    const auto src = picture<V216Img>(width, height);
-    int mark = 0;
-    ASSERT_TRUE(src->addUserData(&mark));
-    for (int i = 0; i < 3; ++i) {
-        bool ok = true;
-        EXPECT_EQ(engine.process(*src, ok), nullptr);
-        EXPECT_FALSE(ok);
-        EXPECT_EQ(userDataOf(*src), std::vector<void*>{&mark});
-    }
+    expectRefused(engine, *picture<V216Img>(width, height));
     auto unknown = deinterlacing<I420Img>(static_cast<DeinterlaceType>(3));
     DeinterlaceCAVTImgParams mine;
     unknown.deinterlaceParams = &mine;
@@ -110,15 +115,7 @@ TEST(DeinterlaceStage, APictureItCannotDoLeavesTheQueue) {
     p.keepUserData = true;
     ProcessVideo<I420Img> engine;
     ASSERT_TRUE(engine.allocate(p));
-    const auto src = picture<I420Img>(width, height);
-    int mark = 0;
-    ASSERT_TRUE(src->addUserData(&mark));
-    for (int i = 0; i < 3; ++i) {
-        bool ok = true;
-        EXPECT_EQ(engine.process(*src, ok), nullptr);
-        EXPECT_FALSE(ok);
-        EXPECT_EQ(userDataOf(*src), std::vector<void*>{&mark});
-    }
+    expectRefused(engine, *picture<I420Img>(width, height));
     engine.flush();
     EXPECT_EQ(engine.extractUserData(), nullptr);
 }
@@ -224,13 +221,7 @@ TEST(FilterStage, RefusesACanvasItCannotFilterAndPicturesThatDoNotFillIt) {
     p.dstWidth = 96, p.dstCropWidth = 64;  // a picture that is not scaled
     ProcessVideo<I420Img> engine;
     ASSERT_TRUE(engine.allocate(p));
-    const auto src = picture<I420Img>(64, 64);
-    int mark = 0;
-    ASSERT_TRUE(src->addUserData(&mark));
-    bool ok = true;
-    EXPECT_EQ(engine.process(*src, ok), nullptr);
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(userDataOf(*src), std::vector<void*>{&mark});
+    expectRefused(engine, *picture<I420Img>(64, 64));
 }
 
 /// A pipeline with all stages, one mark for each source picture.
