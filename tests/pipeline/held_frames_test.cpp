@@ -151,6 +151,50 @@ TEST(RateStage, GivesWhatTheBlendingGives) {
     }
 }
 
+TEST(RateStage, RepeatsASmallerPictureOnThePaintedCanvas) {
+    auto p = rates<I420Img>(30, 1, 60, 1);
+    p.frameRateBlend = 0;
+    p.dstWidth = 2 * width, p.dstHeight = 2 * height;
+    p.dstCropWidth = width, p.dstCropHeight = height;  // nothing is scaled
+    p.backgroundY = 16;
+    ProcessVideo<I420Img> engine;
+    ASSERT_TRUE(engine.allocate(p));
+    const auto src = picture<I420Img>(width, height);
+    I420Img expected;
+    ASSERT_TRUE(expected.allocate(2 * width, 2 * height, 1) && expected.set(128) && expected.setPlane(0, 16));
+    ASSERT_TRUE(src->copy(expected));
+    const test::HeapFill anyBytes(190);
+    EXPECT_TRUE(outputsFor(engine, *src).empty());
+    for (int i = 0; i < 3; ++i)
+        for (const Bytes& out : outputsFor(engine, *src)) EXPECT_EQ(out, bytesOf(expected));
+}
+
+/// Whether the engine takes pictures again once the heap does, by process() alone, as at rates that go down.
+TEST(RateStage, GoesOnAfterAHeapThatFailedToKeepUserData) {
+    int failures = 0;
+    for (int granted = 0; granted < 60; ++granted) {
+        auto p = rates<I420Img>(50, 1, 25, 1);
+        p.keepUserData = true;
+        ProcessVideo<I420Img> engine;
+        ASSERT_TRUE(engine.allocate(p));
+        std::array<int, 64> marks;
+        const auto push = [&, i = std::size_t{0}](bool& ok) mutable {
+            const auto src = picture<I420Img>(width, height);
+            // More at a time than anything has room for.
+            for (int k = 0; k < 6; ++k) ASSERT_TRUE(src->addUserData(&marks[i++]));
+            const test::FailingHeap heap(i == 18 ? granted : 1 << 20);
+            I420Img* out = engine.process(*src, ok);
+            if (out != nullptr) EXPECT_TRUE(engine.returnImg(out));
+        };
+        bool ok = false;
+        push(ok), push(ok), push(ok);
+        failures += test::refusedRequests() > 0;
+        for (int i = 0; i < 3; ++i) push(ok);
+        EXPECT_TRUE(ok) << granted;
+    }
+    EXPECT_GT(failures, 0);
+}
+
 TEST(RateStage, IsBuiltWhenTheNumbersDifferAndChoosesBlendingBySpeed) {
     const auto lastWeights = [](ProcessVideoParams<I420Img> p) {
         ProcessVideo<I420Img> engine;
@@ -296,13 +340,14 @@ TEST(HeldFrames, TheEngineGoesOnAfterAFlush) {
     }
 }
 
-TEST(HeldFrames, AFailingHeapLosesNoUserData) {
+/// Fails one call of process() in every way that the heap can make it fail.
+void expectNoUserDataIsLost(std::size_t before) {
     int failures = 0;
     for (int granted = 0; granted < 200; ++granted) {
         Marked run(50);
-        run.feed(0, 4);
+        run.feed(0, before);
         const auto src = picture<UYVYImg>(width, height, 9);
-        ASSERT_TRUE(src->addUserData(&run.marks[4]));
+        ASSERT_TRUE(src->addUserData(&run.marks[before]));
         bool ok = false;
         I420Img* out = nullptr;
         {
@@ -318,10 +363,16 @@ TEST(HeldFrames, AFailingHeapLosesNoUserData) {
         }
         run.flush();
         std::sort(run.items.begin(), run.items.end());
-        ASSERT_EQ(run.items, std::vector<void*>(run.expected.begin(), run.expected.begin() + 5)) << granted;
+        ASSERT_EQ(run.items, std::vector<void*>(run.expected.begin(), run.expected.begin() + int(before) + 1))
+            << granted << " requests granted after " << before << " pictures";
         if (!failed && granted > 0) break;
     }
     EXPECT_GT(failures, 0);
+}
+
+TEST(HeldFrames, AFailingHeapLosesNoUserData) {
+    expectNoUserDataIsLost(4);
+    expectNoUserDataIsLost(2);  // the deinterlacer's first output brings the data of two pictures
 }
 
 /// What an interlaced pipeline makes of src, and the same from its fields, each run through a progressive one.
