@@ -51,6 +51,7 @@ public:
         ProcessVideoParams<I420Img> params;
         params.srcWidth = hd.width, params.srcHeight = hd.height;
         params.srcProgressive = false;
+        params.deinterlaceType = DeinterlaceTypeCAVT;
         params.srcFrameRateNum = 25, params.dstFrameRateNum = 50;
         params.dstWidth = hdReady.width, params.dstHeight = hdReady.height;
         params.mctfEnable = true;
