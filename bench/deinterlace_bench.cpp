@@ -5,12 +5,10 @@
 #include "bench/bench_support.h"
 #include "bench/clip.h"
 #include "bench/deinterlacer.h"
+#include "bench/filter_loop.h"
 
 #ifdef ORVEL_WITH_LIBYUV
 #include <libyuv.h>
-#endif
-#ifdef ORVEL_WITH_AVFILTER
-#include "bench/filter_peer.h"
 #endif
 
 namespace Orvel::bench {
@@ -40,25 +38,11 @@ void measureOurs(const std::string& operation, DeinterlaceType type, Params para
     });
 }
 
-#ifdef ORVEL_WITH_AVFILTER
-const std::vector<FilterPeer::Frame>& ffmpegContent() {
-    static const auto ring = [] {
-        std::vector<FilterPeer::Frame> frames;
-        for (const Picture& picture : content()) frames.push_back(FilterPeer::frameOf(*picture, true));
-        return frames;
-    }();
-    return ring;
-}
-
 void besideFfmpeg(const std::string& operation, const char* who, const std::string& filter, int threads) {
-    FilterPeer peer(filter, *content()[0], 25, threads);
-    if (!peer.ready()) return;
-    const auto loop = std::make_shared<FilterLoop>(std::move(peer), ffmpegContent());
-    measure(operation, "1080i", who, threads, bytesMoved(), [loop] { return loop->produce(1); });
+    static const FilterFrames frames = framesOf(content(), true);
+    const auto loop = filterLoop(filter, *content()[0], 25, threads, frames);
+    if (loop) measure(operation, "1080i", who, threads, bytesMoved(), [loop] { return loop->produce(1); });
 }
-#else
-void besideFfmpeg(const std::string&, const char*, const std::string&, int) {}
-#endif
 
 #ifdef ORVEL_WITH_LIBYUV
 /// Rows [first, last) by two means of two: of the lines above and below, then of that and the line itself. Sixteen rows

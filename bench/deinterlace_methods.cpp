@@ -4,9 +4,8 @@
 #include <stdexcept>
 
 #include "bench/deinterlacer.h"
-#ifdef ORVEL_WITH_AVFILTER
 #include "bench/filter_clip.h"
-#endif
+#include "bench/filter_peer.h"
 
 namespace Orvel::bench {
 namespace {
@@ -75,18 +74,15 @@ DeinterlaceMethod library(const char* name, DeinterlaceType type, const Params& 
             }};
 }
 
-#ifdef ORVEL_WITH_AVFILTER
 DeinterlaceMethod ffmpeg(const char* name, const std::string& filter) {
     return {name, [=](const Clip& interlaced) { return filterClip(filter, interlaced, true, 2); }};
 }
 
 void addFfmpeg(std::vector<DeinterlaceMethod>& methods, const std::string& mode) {
+    if (!FilterPeer::installed()) return;
     methods.push_back(ffmpeg(yadifName, "yadif=mode=" + mode + ":parity=tff"));
     methods.push_back(ffmpeg(bwdifName, "bwdif=mode=" + mode + ":parity=tff"));
 }
-#else
-void addFfmpeg(std::vector<DeinterlaceMethod>&, const std::string&) {}
-#endif
 
 }  // namespace
 

@@ -50,6 +50,10 @@ struct FilterPeer::Graph {
     std::int64_t pushed = 0;
 };
 
+bool FilterPeer::installed() {
+    return true;
+}
+
 FilterPeer::Frame FilterPeer::frameOf(const Img& picture, bool interlaced) {
     Frame frame = newFrame();
     if (!frame) return nullptr;
@@ -106,15 +110,6 @@ FilterPeer::Frame FilterPeer::pull() {
 
 double FilterPeer::instantOf(const Frame& frame) const {
     return double(frame->pts) * av_q2d(av_buffersink_get_time_base(graph_->sink)) * graph_->rate;
-}
-
-bool FilterLoop::produce(int results) {
-    while (results > 0)
-        if (peer_.pull())
-            --results;
-        else if (!peer_.push(ring_[next_++ % ring_.size()]))
-            return false;
-    return true;
 }
 
 }  // namespace Orvel::bench

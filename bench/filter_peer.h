@@ -1,15 +1,12 @@
 #pragma once
-#include <cstddef>
 #include <memory>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "orvel/img/i420_img.h"
 
 struct AVFrame;
 
-// FFmpeg's filters as a peer, in the same process: only built where libavfilter is installed (ORVEL_WITH_AVFILTER).
+// FFmpeg's filters as a peer, in the same process.
 namespace Orvel::bench {
 
 /// A chain of FFmpeg filters between memory and memory, for I420 or UYVY pictures of one size. Frames are handed over
@@ -18,8 +15,12 @@ class FilterPeer {
 public:
     using Frame = std::shared_ptr<AVFrame>;
 
+    /// Whether this program was built with FFmpeg; if not, no chain is ready.
+    static bool installed();
+
     /// The picture as an FFmpeg frame with memory of its own, marked as interlaced with the top field first, or as
-    /// progressive. Null when memory runs out.
+    /// progressive. Null when memory runs
+    /// out.
     static Frame frameOf(const Img& picture, bool interlaced);
     /// Copies a 4:2:0 frame's pixels into a picture of the same size.
     static void copy(const Frame& frame, I420Img& picture);
@@ -32,7 +33,7 @@ public:
     ~FilterPeer();
     FilterPeer(FilterPeer&&) noexcept;
 
-    /// False when FFmpeg does not know a filter or an option; nothing else may be called then.
+    /// False when FFmpeg is not installed or does not know a filter or an option; nothing else may be called then.
     bool ready() const { return graph_ != nullptr; }
     /// Hands over the next frame. @return false on failure.
     bool push(const Frame& frame);
@@ -47,20 +48,6 @@ public:
 private:
     struct Graph;
     std::unique_ptr<Graph> graph_;
-};
-
-/// A filter chain that gets the same frames again and again.
-class FilterLoop {
-public:
-    FilterLoop(FilterPeer peer, std::vector<FilterPeer::Frame> ring) : peer_(std::move(peer)), ring_(std::move(ring)) {}
-
-    /// Hands over frames until that many results have come out. @return false on failure.
-    bool produce(int results);
-
-private:
-    FilterPeer peer_;
-    std::vector<FilterPeer::Frame> ring_;
-    std::size_t next_ = 0;
 };
 
 }  // namespace Orvel::bench

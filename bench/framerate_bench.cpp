@@ -3,6 +3,7 @@
 
 #include "bench/bench_support.h"
 #include "bench/clip.h"
+#include "bench/filter_loop.h"
 #include "orvel/framerate/frame_rate_convert.h"
 #include "orvel/framerate/interpolate_img.h"
 #include "orvel/img/hy16_img.h"
@@ -12,9 +13,6 @@
 #endif
 #ifdef ORVEL_WITH_OPENCV
 #include <opencv2/core.hpp>
-#endif
-#ifdef ORVEL_WITH_AVFILTER
-#include "bench/filter_peer.h"
 #endif
 
 namespace Orvel::bench {
@@ -151,16 +149,11 @@ void measureConversion(int threads) {
     });
 }
 
-#ifdef ORVEL_WITH_AVFILTER
 void besideFfmpeg(int threads) {
-    FilterPeer peer("framerate=fps=50:flags=0", *content()[0], 25, threads);
-    if (!peer.ready()) return;
-    std::vector<FilterPeer::Frame> ring;
-    for (const Picture& picture : content()) ring.push_back(FilterPeer::frameOf(*picture, false));
-    const auto loop = std::make_shared<FilterLoop>(std::move(peer), std::move(ring));
+    const auto loop = filterLoop("framerate=fps=50:flags=0", *content()[0], 25, threads, framesOf(content(), false));
+    if (!loop) return;
     measure(conversion, hd.name, "ffmpeg framerate", threads, conversionBytes(), [loop] { return loop->produce(4); });
 }
-#endif
 
 void registerAll() {
     const Clip& clip = content();
@@ -168,9 +161,7 @@ void registerAll() {
     measureInterpolation(Pictures<HY16Img>{deep(*clip[0]), deep(*clip[1]), deep(*clip[0])});
     for (int threads : threadCounts()) {
         measureConversion(threads);
-#ifdef ORVEL_WITH_AVFILTER
         besideFfmpeg(threads);
-#endif
     }
 }
 

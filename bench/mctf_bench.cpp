@@ -4,11 +4,8 @@
 
 #include "bench/bench_support.h"
 #include "bench/clip.h"
+#include "bench/filter_loop.h"
 #include "orvel/mctf/mctf_fast_progressive.h"
-
-#ifdef ORVEL_WITH_AVFILTER
-#include "bench/filter_peer.h"
-#endif
 
 namespace Orvel::bench {
 namespace {
@@ -53,33 +50,23 @@ void measureOurs(Size size, const Clip& content, int threads) {
     measurePerSecond(operation, size.name, "orvel", threads, 1, "pictures", [=] { return filtering->next(); });
 }
 
-#ifdef ORVEL_WITH_AVFILTER
-void besideFfmpeg(Size size, const std::vector<FilterPeer::Frame>& ring, const Img& like, int threads) {
-    const auto beside = [&](const std::string& filter) {
-        FilterPeer peer(filter, like, 30, threads);
-        if (!peer.ready()) std::abort();
-        const auto loop = std::make_shared<FilterLoop>(std::move(peer), ring);
-        return measurePerSecond(operation, size.name, "ffmpeg " + filter, threads, 1, "pictures",
-                                [=] { return loop->produce(1); });
-    };
-    beside("hqdn3d");
-    beside("atadenoise");
-    beside("nlmeans")->Iterations(2);  // seconds each
+void besideFfmpeg(Size size, const Img& like, const FilterFrames& frames, int threads) {
+    for (const std::string filter : {"hqdn3d", "atadenoise", "nlmeans"}) {
+        const auto loop = filterLoop(filter, like, 30, threads, frames);
+        if (!loop) continue;
+        auto* measured = measurePerSecond(operation, size.name, "ffmpeg " + filter, threads, 1, "pictures",
+                                          [=] { return loop->produce(1); });
+        if (filter == "nlmeans") measured->Iterations(2);  // seconds each
+    }
 }
-#endif
 
 void registerAll() {
     for (const Size size : {hd, hdReady}) {
         const Clip content = makeContent(size);
-#ifdef ORVEL_WITH_AVFILTER
-        std::vector<FilterPeer::Frame> ring;
-        for (const Picture& picture : content) ring.push_back(FilterPeer::frameOf(*picture, false));
-#endif
+        const FilterFrames frames = framesOf(content, false);
         for (const int threads : threadCounts()) {
             measureOurs(size, content, threads);
-#ifdef ORVEL_WITH_AVFILTER
-            besideFfmpeg(size, ring, *content[0], threads);
-#endif
+            besideFfmpeg(size, *content[0], frames, threads);
         }
     }
 }

@@ -4,12 +4,9 @@
 
 #include "bench/bench_support.h"
 #include "bench/clip.h"
+#include "bench/filter_loop.h"
 #include "orvel/mctf/motion_estimate_img.h"
 #include "orvel/mctf/mv_predictors.h"
-
-#ifdef ORVEL_WITH_AVFILTER
-#include "bench/filter_peer.h"
-#endif
 
 namespace Orvel::bench {
 namespace {
@@ -48,23 +45,16 @@ void measureSearch(Size size, bool subPel, int threads) {
                      [=] { return search->next(); });
 }
 
-#ifdef ORVEL_WITH_AVFILTER
 /// FFmpeg's enhanced predictive zonal search, of whole samples up to 7 away. It has one thread, and searches every
 /// block both in the picture before and in the one after.
 void besideFfmpeg(Size size) {
-    const Clip clip = pictures(size);
-    FilterPeer peer("mestimate=method=epzs:mb_size=8", *clip[0], 30, 1);
-    if (!peer.ready()) return;
-    std::vector<FilterPeer::Frame> ring;
-    for (const Picture& picture : forthAndBack(clip)) ring.push_back(FilterPeer::frameOf(*picture, false));
-    const auto loop = std::make_shared<FilterLoop>(std::move(peer), std::move(ring));
+    const Clip ring = forthAndBack(pictures(size));
+    const auto loop = filterLoop("mestimate=method=epzs:mb_size=8", *ring[0], 30, 1, framesOf(ring, false));
+    if (!loop) return;
     const int searches = 2 * (size.width / 8) * (size.height / 8);
     measurePerSecond("whole samples", size.name, "ffmpeg mestimate", 1, searches, "blocks",
                      [=] { return loop->produce(1); });
 }
-#else
-void besideFfmpeg(Size) {}
-#endif
 
 /// One block against every place of a 64 x 64 area, a call each.
 void measureBlocks() {

@@ -3,11 +3,10 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "bench/filter_clip.h"
+#include "bench/filter_peer.h"
 #include "orvel/mctf/mctf_fast_interlaced.h"
 #include "orvel/mctf/mctf_fast_progressive.h"
-#ifdef ORVEL_WITH_AVFILTER
-#include "bench/filter_clip.h"
-#endif
 
 namespace Orvel::bench {
 namespace {
@@ -42,23 +41,19 @@ NoiseMethod library(int strength) {
             }};
 }
 
-#ifdef ORVEL_WITH_AVFILTER
 void addFfmpeg(std::vector<NoiseMethod>& methods, bool interlaced) {
+    if (!FilterPeer::installed()) return;
     const auto add = [&](const char* name, const std::string& settings) {
         const std::string filter = std::strchr(name, ' ') + 1 + settings;
         const std::string filters = interlaced ? "il=l=d:c=d," + filter + ",il=l=i:c=i" : filter;
         methods.push_back(
             {name + settings, [=](const Clip& noisy) { return filterClip(filters, noisy, interlaced, 1); }});
     };
+    for (const char* name : ffmpegNames) add(name, "");
     const auto [hqdn3d, atadenoise, nlmeans] = ffmpegNames;
-    add(hqdn3d, "");
     add(hqdn3d, "=8");
-    add(atadenoise, "");
-    for (const char* settings : {"", "=s=3", "=s=5", "=s=8"}) add(nlmeans, settings);
+    for (const char* settings : {"=s=3", "=s=5", "=s=8"}) add(nlmeans, settings);
 }
-#else
-void addFfmpeg(std::vector<NoiseMethod>&, bool) {}
-#endif
 
 }  // namespace
 

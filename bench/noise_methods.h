@@ -18,8 +18,8 @@ struct NoiseMethod {
 };
 
 /// The clip as it is, the library's temporal filter at each strength, and FFmpeg's filters where they are installed, at
-/// their defaults and at settings for stronger noise. All but FFmpeg's adaptive averaging use no later picture than the
-/// one they filter.
+/// their defaults and then at settings for stronger noise. All but FFmpeg's adaptive averaging use no later picture
+/// than the one they filter.
 /// @param interlaced whether the clips are: fields are then filtered apart, by FFmpeg's filters as halves of a picture.
 std::vector<NoiseMethod> noiseMethods(bool interlaced);
 

@@ -4,7 +4,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "bench/noise_methods.h"
@@ -60,11 +59,26 @@ Table table(const std::string& title, const Clip& clean, bool interlaced) {
     return t;
 }
 
+constexpr std::size_t columns = std::size(sigmas), firstNoisy = 1;
+
+/// The head of a Markdown table whose columns are sigmas from first on.
+void writeHead(std::ostream& out, const std::string& corner, std::size_t first) {
+    out << "| " << corner << " |";
+    for (std::size_t i = first; i < columns; ++i) out << ' ' << sigmaName(i) << " |";
+    out << "\n|---|";
+    for (std::size_t i = first; i < columns; ++i) out << "---:|";
+    out << '\n';
+}
+
 void write(std::ostream& out, const Table& t) {
-    out << "### " << t.title << "\n\n| method |";
-    for (std::size_t i = 0; i < std::size(sigmas); ++i) out << ' ' << sigmaName(i) << " |";
-    out << "\n|---|---:|---:|---:|---:|\n";
+    out << "### " << t.title << "\n\n";
+    writeHead(out, "luma / chroma PSNR, dB", 0);
+    bool adjusted = false;
     for (const Row& row : t.rows) {
+        if (!adjusted && row.method.find('=') != std::string::npos) {
+            out << "| **adjusted to stronger noise:** | | | | |\n";
+            adjusted = true;
+        }
         out << "| " << row.method << " |";
         for (const Score& s : row.scores) out << ' ' << fixed(s.luma, 2) << " / " << fixed(s.chroma, 2) << " |";
         out << '\n';
@@ -78,30 +92,16 @@ const Row* find(const Table& t, const std::string& method) {
     return nullptr;
 }
 
-/// The best figures among the rows whose names begin with that, luma and chroma apart.
+/// The best figures among the rows whose names begin with that, for each noise, luma and chroma apart.
 Row bestOf(const Table& t, const std::string& beginning) {
-    Row best{"the best " + beginning, std::vector<Score>(std::size(sigmas))};
+    Row best{"the best " + beginning, std::vector<Score>(columns)};
     for (const Row& row : t.rows)
         if (row.method.starts_with(beginning))
-            for (std::size_t i = 0; i < std::size(sigmas); ++i) {
+            for (std::size_t i = 0; i < columns; ++i) {
                 best.scores[i].luma = std::max(best.scores[i].luma, row.scores[i].luma);
                 best.scores[i].chroma = std::max(best.scores[i].chroma, row.scores[i].chroma);
             }
     return best;
-}
-
-/// Where theirs is above ours, as printed; empty when it is nowhere.
-std::string lead(const Row& theirs, const Row& ours) {
-    std::string text;
-    for (const auto& [name, value] : {std::pair{"luma", &Score::luma}, std::pair{"chroma", &Score::chroma}})
-        for (std::size_t i = 0; i < std::size(sigmas); ++i) {
-            const double gap = theirs.scores[i].*value - ours.scores[i].*value;
-            if (!(gap > 0) || fixed(gap, 2) == fixed(0, 2)) continue;
-            text += (text.empty() ? "" : ", ") + std::string(name);
-            text += std::isinf(gap) ? " (exact)" : " by " + fixed(gap, 2) + " dB";
-            text += sigmas[i] > 0 ? " at " + sigmaName(i) : " on the clean clip";
-        }
-    return text;
 }
 
 /// Which strength is best for which noise, and what it gains over doing nothing.
@@ -112,45 +112,64 @@ void writeBestStrengths(std::ostream& out, const Table& t) {
             if (row.method.starts_with(strengthPrefix) && row.scores[column].*value > winner->scores[column].*value)
                 winner = &row;
         const double gain = winner->scores[column].*value - t.rows[0].scores[column].*value;
-        return winner->method.substr(std::string(strengthPrefix).size()) + " (" + fixed(gain, 2) + " dB)";
+        return winner->method.substr(std::string(strengthPrefix).size()) + " (" + fixed(gain, 2) + ")";
     };
     out << "| " << t.title << " |";
-    for (std::size_t i = 1; i < std::size(sigmas); ++i)
+    for (std::size_t i = firstNoisy; i < columns; ++i)
         out << ' ' << best(i, &Score::luma) << " / " << best(i, &Score::chroma) << " |";
     out << '\n';
 }
 
-template <class Ours, class Theirs>
-void writeLeads(std::ostream& out, const std::vector<Table>& tables, const Ours& ours, const Theirs& theirs) {
-    bool behind = false;
-    for (const Table& t : tables)
-        for (const char* name : ffmpegNames) {
-            const std::string leads = find(t, name) ? lead(theirs(t, name), ours(t)) : "";
-            if (leads.empty()) continue;
-            out << "- " << t.title << ": " << name << " ahead in " << leads << ".\n";
-            behind = true;
-        }
-    out << (behind ? "\n" : "Nowhere in these tables.\n\n");
+/// One row: by how much theirs is above ours.
+void writeLead(std::ostream& out, const std::string& name, const Row& theirs, const Row& ours, std::size_t first) {
+    const auto lead = [&](std::size_t column, double Score::*value) {
+        const double gap = theirs.scores[column].*value - ours.scores[column].*value;
+        return std::string(gap > 0 ? "+" : "") + fixed(gap, 2);
+    };
+    out << "| " << name << " |";
+    for (std::size_t i = first; i < columns; ++i)
+        out << ' ' << lead(i, &Score::luma) << " / " << lead(i, &Score::chroma) << " |";
+    out << '\n';
 }
 
-std::string report(const std::vector<Table>& tables) {
+void writeLeads(std::ostream& out, const std::vector<Table>& tables) {
+    const auto eachPeer = [&](const auto& body) {
+        for (const Table& t : tables)
+            for (const std::string name : ffmpegNames) body(t, name, t.title + ", " + name);
+        out << '\n';
+    };
+    out << "Lead of FFmpeg's filters at their defaults over strength 3; a minus where strength 3 is ahead:\n\n";
+    writeHead(out, "luma / chroma, dB", 0);
+    eachPeer([&](const Table& t, const std::string& name, const std::string& title) {
+        writeLead(out, title, *find(t, name), *find(t, usualStrengthName), 0);
+    });
+    out << "Lead of the filter's best settings in the table above over the best strength, chosen anew for each noise "
+           "and for luma and chroma apart:\n\n";
+    writeHead(out, "luma / chroma, dB", firstNoisy);
+    eachPeer([&](const Table& t, const std::string& name, const std::string& title) {
+        writeLead(out, title, bestOf(t, name), bestOf(t, strengthPrefix), firstNoisy);
+    });
+}
+
+/// @param where stands behind the titles of what concerns all tables
+std::string report(const std::vector<Table>& tables, const std::string& where) {
     std::ostringstream out;
     for (const Table& t : tables) write(out, t);
-    out << "### The best strengths, and what they gain over no filter\n\n| luma / chroma |";
-    for (std::size_t i = 1; i < std::size(sigmas); ++i) out << ' ' << sigmaName(i) << " |";
-    out << "\n|---|---:|---:|---:|\n";
+    out << "### The best strengths" << where << "\n\nIn brackets the gain over no filter:\n\n";
+    writeHead(out, "luma / chroma, dB", firstNoisy);
     for (const Table& t : tables) writeBestStrengths(out, t);
-
-    out << "\n### Where others filter noise better\n\nFFmpeg's filters at their defaults beside strength 3:\n\n";
-    writeLeads(
-        out, tables, [](const Table& t) { return *find(t, usualStrengthName); },
-        [](const Table& t, const char* name) { return *find(t, name); });
-    out << "The best setting in the table for that noise beside the best strength for it, luma and chroma each at "
-           "their best:\n\n";
-    writeLeads(
-        out, tables, [](const Table& t) { return bestOf(t, strengthPrefix); }, bestOf);
-    if (!find(tables[0], ffmpegNames[0])) out << "FFmpeg's rows are missing: its filters were not installed.\n\n";
+    out << "\n### Beside other noise filters" << where << "\n\n";
+    if (find(tables[0], ffmpegNames[0]))
+        writeLeads(out, tables);
+    else
+        out << "FFmpeg's filters were not installed.\n\n";
     return out.str();
+}
+
+/// "walkway_352x288_30p.yuv" shows "walkway".
+std::string contentOf(const std::filesystem::path& clip) {
+    const std::string name = clip.stem().string();
+    return name.substr(0, name.find('_'));
 }
 
 }  // namespace
@@ -158,13 +177,14 @@ std::string report(const std::vector<Table>& tables) {
 std::string noiseReport(const std::filesystem::path& media) {
     const Clip roof = readClip(media / "roof_720x576_50p.yuv");
     return report({table("noise on walkway", readClip(media / "walkway_352x288_30p.yuv"), false),
-                   table("noise on roof", roof, false), table("noise on roof, interlaced", weave(roof), true)});
+                   table("noise on roof", roof, false), table("noise on roof, interlaced", weave(roof), true)},
+                  "");
 }
 
 std::string noiseReport(const std::vector<std::filesystem::path>& clips) {
     std::vector<Table> tables;
-    for (const auto& clip : clips) tables.push_back(table(clip.stem().string(), readClip(clip), false));
-    return report(tables);
+    for (const auto& clip : clips) tables.push_back(table("noise on " + contentOf(clip), readClip(clip), false));
+    return report(tables, ", further clips");
 }
 
 }  // namespace Orvel::bench

@@ -6,12 +6,9 @@
 
 #include "bench/bench_support.h"
 #include "bench/clip.h"
+#include "bench/filter_loop.h"
 #include "orvel/img/uyvy_img.h"
 #include "orvel/pipeline/process_video.h"
-
-#ifdef ORVEL_WITH_AVFILTER
-#include "bench/filter_peer.h"
-#endif
 
 namespace Orvel::bench {
 namespace {
@@ -79,22 +76,19 @@ private:
 
 void registerAll() {
     constexpr int perCall = 2;  // from one picture
+    const std::string chain =
+        "scale=interl=1,format=yuv420p,yadif=mode=send_frame:parity=tff,scale=1280:720,hqdn3d,framerate=fps=50";
     const auto content = makeContent();
+    const FilterFrames frames = framesOf(content, true);
     for (const int threads : threadCounts()) {
         const auto ours = std::make_shared<Pipeline>(content, threads);
-        measurePerSecond(operation, hd.name, "orvel", threads, perCall, "pictures",
-                         [=] { return ours->produce(perCall); });
-#ifdef ORVEL_WITH_AVFILTER
-        const std::string chain =
-            "scale=interl=1,format=yuv420p,yadif=mode=send_frame:parity=tff,scale=1280:720,hqdn3d,framerate=fps=50";
-        FilterPeer peer(chain, *content[0], 25, threads);
-        if (!peer.ready()) std::abort();
-        std::vector<FilterPeer::Frame> ring;
-        for (const auto& picture : content) ring.push_back(FilterPeer::frameOf(*picture, true));
-        const auto theirs = std::make_shared<FilterLoop>(std::move(peer), std::move(ring));
-        measurePerSecond(operation, hd.name, "ffmpeg", threads, perCall, "pictures",
-                         [=] { return theirs->produce(perCall); });
-#endif
+        const auto theirs = filterLoop(chain, *content[0], 25, threads, frames);
+        const auto measurePipeline = [&](const char* who, const auto& pipeline) {
+            measurePerSecond(operation, hd.name, who, threads, perCall, "pictures",
+                             [=] { return pipeline->produce(perCall); });
+        };
+        measurePipeline("orvel", ours);
+        if (theirs) measurePipeline("ffmpeg", theirs);
     }
 }
 

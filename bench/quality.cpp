@@ -1,5 +1,4 @@
-// Measures how good the pictures are and writes the figures into a text, or prints those of noise filtering for
-// further clips.
+// Measures how good the pictures are and writes the figures into a text.
 #include "bench/quality.h"
 
 #include <exception>
@@ -7,32 +6,40 @@
 
 #include "bench/report.h"
 
+namespace Orvel::bench {
 namespace {
 
 int usage() {
-    std::cerr << "usage: quality MEDIA_DIR FILE.md\n"
-                 "       quality --clips CLIP...   progressive 4:2:0 files named *_WIDTHxHEIGHT_*\n";
+    std::cerr
+        << "usage: quality MEDIA_DIR FILE.md         all that the example clips tell\n"
+           "       quality --clips FILE.md CLIP...   noise filtering of progressive 4:2:0 files NAME_WIDTHxHEIGHT_*\n";
     return 2;
 }
 
-void writeSections(const std::filesystem::path& media, const std::filesystem::path& file) {
-    const std::string deinterlacing = Orvel::bench::deinterlacingReport(media);
-    const std::string noise = Orvel::bench::noiseReport(media);
-    Orvel::bench::replaceMarked(file, "deinterlacing", deinterlacing);
-    Orvel::bench::replaceMarked(file, "noise filtering", noise);
-    std::cout << deinterlacing << noise;
+void replaceAndShow(const std::filesystem::path& file, const std::string& section, const std::string& text) {
+    replaceMarked(file, section, text);
+    std::cout << text;
+}
+
+int run(const std::vector<std::string>& arguments) {
+    if (arguments.size() >= 3 && arguments[0] == "--clips") {
+        replaceAndShow(arguments[1], "noise filtering of further clips",
+                       noiseReport(std::vector<std::filesystem::path>(arguments.begin() + 2, arguments.end())));
+    } else if (arguments.size() == 2) {
+        replaceAndShow(arguments[1], "deinterlacing", deinterlacingReport(arguments[0]));
+        replaceAndShow(arguments[1], "noise filtering", noiseReport(arguments[0]));
+    } else {
+        return usage();
+    }
+    return 0;
 }
 
 }  // namespace
+}  // namespace Orvel::bench
 
 int main(int argc, char** argv) {
-    const bool further = argc >= 3 && argv[1] == std::string("--clips");
-    if (!further && argc != 3) return usage();
     try {
-        if (further)
-            std::cout << Orvel::bench::noiseReport(std::vector<std::filesystem::path>(argv + 2, argv + argc));
-        else
-            writeSections(argv[1], argv[2]);
+        return Orvel::bench::run({argv + 1, argv + argc});
     } catch (const std::exception& e) {
         std::cerr << "quality: " << e.what() << '\n';
         return 1;
