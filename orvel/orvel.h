@@ -28,6 +28,7 @@
 #include "orvel/resize/resize_img.h"
 #include "orvel/resize/resize_img_tbb.h"
 #include "orvel/storage/vid_raw420.h"
+#include "orvel/storage/video_disk.h"
 #include "orvel/sys/aligned_mem.h"
 #include "orvel/sys/external_mem.h"
 #include "orvel/sys/fork_join.h"
