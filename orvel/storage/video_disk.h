@@ -29,6 +29,7 @@ public:
     [[nodiscard]] virtual bool create(const wchar_t* path, int width, int height, bool overwrite) = 0;
     /// May be called twice.
     virtual void close() = 0;
+    /// A store that implements these must not keep img or a view of it: its memory may be used again after the call.
     [[nodiscard]] virtual bool readImg(Img& img, int idx) = 0;
     [[nodiscard]] virtual bool writeImg(Img& img, int idx) = 0;
     virtual int getWidth() const = 0;   ///< pixels; 0 when closed

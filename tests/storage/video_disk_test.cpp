@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <climits>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "orvel/img/i420_img.h"
@@ -330,20 +331,41 @@ TEST_F(RawDiskTest, FieldsOf486LinesGoThroughAFileInSequence) {
     EXPECT_TRUE(disk.readI420Fields(*top, *bottom, 0)) << "usable after failures";
 }
 
-TEST_F(RawDiskTest, FieldsBeyondFourGibibytesOfASparseFile) {
-    constexpr int width = 1024, height = 512, idx = 6000;
-    static_assert(std::uint64_t{width} * height * 3 / 2 * idx > (std::uint64_t{1} << 32));
+TEST_F(RawDiskTest, FramesAndFieldsBeyondFourGibibytesOfASparseFile) {
+    constexpr int width = 1024, height = 512;
+    constexpr std::uint64_t frameBytes = width * height * 3 / 2, limit = std::uint64_t{1} << 32;
+    constexpr int across = int(limit / frameBytes), beyond = 6000;  // the first one lies on both sides of the limit
     VidRaw420 disk;
     const auto name = path("s_1024x512_.yuv");
-    const auto top = picture<I420Img>(width, height / 2, 1), bottom = picture<I420Img>(width, height / 2, 2);
+    const auto top = picture<I420Img>(width, height / 2, 1), bottom = picture<I420Img>(width, height / 2, 2),
+               frame = picture<I420Img>(width, height, 3);
     ASSERT_TRUE(disk.create(name.c_str(), width, height, true));
-    ASSERT_TRUE(disk.writeI420Fields(*top, *bottom, idx));
+    ASSERT_TRUE(disk.writeI420Fields(*top, *bottom, beyond));
+    ASSERT_TRUE(disk.writeI420Frame(*frame, across));
+    disk.close();
+
+    ASSERT_EQ(std::filesystem::file_size(name), frameBytes * (beyond + 1));
+    std::ifstream file(std::filesystem::path(name), std::ios::binary);
+    const auto bytesAt = [&](std::uint64_t position, std::size_t count) {
+        Bytes bytes(count);
+        file.seekg(static_cast<std::streamoff>(position));
+        file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(count));
+        return bytes;
+    };
+    EXPECT_EQ(bytesAt(across * frameBytes, frameBytes), bytesOf(*frame));
+    EXPECT_EQ(bytesAt(beyond * frameBytes, width), rowOf(*top, 0, 0));
+    EXPECT_EQ(bytesAt(beyond * frameBytes + width, width), rowOf(*bottom, 0, 0));
+    EXPECT_EQ(bytesAt((beyond + 1) * frameBytes - width / 2, width / 2), rowOf(*bottom, 2, height / 4 - 1));
+
     ASSERT_TRUE(disk.open(name.c_str()));
-    const auto readTop = picture<I420Img>(width, height / 2, 3), readBottom = picture<I420Img>(width, height / 2, 4);
-    ASSERT_TRUE(disk.readI420Fields(*readTop, *readBottom, idx));
+    const auto readTop = picture<I420Img>(width, height / 2, 4), readBottom = picture<I420Img>(width, height / 2, 5);
+    I420Img read;
+    ASSERT_TRUE(disk.readI420Fields(*readTop, *readBottom, beyond));
     EXPECT_TRUE(bytesOf(*readTop) == bytesOf(*top) && bytesOf(*readBottom) == bytesOf(*bottom));
-    EXPECT_FALSE(disk.readI420Fields(*readTop, *readBottom, idx + 1));
-    ASSERT_TRUE(disk.readI420Fields(*readTop, *readBottom, idx - 1));
+    ASSERT_TRUE(disk.readI420Frame(read, across));
+    EXPECT_EQ(bytesOf(read), bytesOf(*frame));
+    EXPECT_FALSE(disk.readI420Fields(*readTop, *readBottom, beyond + 1));
+    ASSERT_TRUE(disk.readI420Fields(*readTop, *readBottom, beyond - 1));
     EXPECT_EQ(bytesOf(*readTop, 0), Bytes(std::size_t(width) * height / 2, 0)) << "a hole";
 }
 
