@@ -1,5 +1,6 @@
 #pragma once
 // Everything public of the library.
+#include "orvel/analysis/hierarchical_img.h"
 #include "orvel/convert/convert_img.h"
 #include "orvel/deinterlace/deinterlace_blend_img.h"
 #include "orvel/deinterlace/deinterlace_cavt_img.h"
