@@ -4,6 +4,7 @@
 #include "orvel/convert/convert_img.h"
 #include "orvel/convert/convert_planes.h"
 #include "orvel/img/parallel_rows.h"
+#include "orvel/img/require.h"
 #include "orvel/primitives/yuv420.h"
 #include "orvel/primitives/yuv420_interlaced.h"
 #include "orvel/primitives/yuv422.h"
@@ -14,10 +15,6 @@ namespace {
 using namespace convert;
 using primitives::Status;
 using Units = tbb::blocked_range<int>;
-
-void require(Status status, const char* failure) {
-    if (status != Status::ok) throw std::runtime_error(failure);
-}
 
 /// Picture rows of a range of units.
 struct Rows {

@@ -1,21 +1,19 @@
 #pragma once
 // What the deinterlacers' plane loops share. Internal.
 #include <exception>
-#include <stdexcept>
 
 #include "orvel/deinterlace/deinterlace_img.h"
 #include "orvel/img/parallel_rows.h"
 #include "orvel/img/plane_access.h"
-#include "orvel/primitives/status.h"
+#include "orvel/img/require.h"
 
 namespace Orvel {
 
 /// Runs a primitive, filter(first, last), over bands of [0, rows) on all cores. @return false when it refused one.
 template <class Filter>
 bool filterBands(int rows, const Filter& filter) noexcept {
-    return parallelRows(rows, [&](const tbb::blocked_range<int>& band) {
-        if (filter(band.begin(), band.end()) != primitives::Status::ok) throw std::runtime_error("plane refused");
-    });
+    return parallelRows(
+        rows, [&](const tbb::blocked_range<int>& band) { require(filter(band.begin(), band.end()), "plane refused"); });
 }
 
 template <class Filter>

@@ -1,10 +1,10 @@
 #include "orvel/framerate/interpolate_img.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 #include "orvel/img/parallel_rows.h"
 #include "orvel/img/plane_access.h"
+#include "orvel/img/require.h"
 #include "orvel/primitives/alpha_comp.h"
 
 namespace Orvel {
@@ -54,8 +54,7 @@ public:
 
     void operator()(const tbb::blocked_range<int>& rows) const {
         const auto band = [&](auto view) { return view.band(rows.begin(), rows.end()); };
-        if (primitives::alphaComp(band(a_), weight_, band(b_), band(out_)) != Status::ok)
-            throw std::runtime_error("alphaComp failed");
+        require(primitives::alphaComp(band(a_), weight_, band(b_), band(out_)), "alphaComp failed");
     }
 
 private:

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <stdexcept>
 
 #include "orvel/img/plane_access.h"
+#include "orvel/img/require.h"
 #include "orvel/primitives/arithmetic.h"
 #include "orvel/primitives/fill.h"
 
@@ -19,10 +19,6 @@ using Rows = tbb::blocked_range<int>;
 template <class T>
 PlaneView<T> band(const Img* img, int plane, int width, const Rows& rows) {
     return planeView<T>(*img, plane).band(rows.begin(), rows.end()).topLeft(width, rows.end() - rows.begin());
-}
-
-void require(Status status, const char* failure) {
-    if (status != Status::ok) throw std::runtime_error(failure);
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include "orvel/img/parallel_rows.h"
 #include "orvel/mctf/block_grid.h"
 #include "orvel/mctf/overlay_arrow.h"
-#include "orvel/mctf/require.h"
+#include "orvel/img/require.h"
 #include "orvel/primitives/fill.h"
 #include "orvel/primitives/interpolate_chroma.h"
 #include "orvel/primitives/interpolate_luma.h"

@@ -61,8 +61,7 @@ void MotionEstimateImg<T>::deallocate() noexcept {
 template <class T>
 bool MotionEstimateImg<T>::process(T* cur, T* ref) noexcept {
     if (data_ == nullptr || !blk_->setImgs(cur, ref)) return false;
-    data_->clear();
-    resetThreading();
+    resetThreading();  // the records need no clearing: every one is written
     for (int row = 0; row < params_.blkRows; ++row)
         if (!forkJoin_->AddTask([this, row] { searchRow(row); })) searchRow(row);
     forkJoin_->WaitForCompletion();

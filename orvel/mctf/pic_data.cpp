@@ -10,7 +10,7 @@
 
 #include "orvel/img/parallel_rows.h"
 #include "orvel/mctf/block_grid.h"
-#include "orvel/mctf/require.h"
+#include "orvel/img/require.h"
 #include "orvel/primitives/block_statistics.h"
 #include "orvel/primitives/fill.h"
 #include "orvel/primitives/temporal_blend.h"

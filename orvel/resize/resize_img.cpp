@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <exception>
 #include <limits>
-#include <stdexcept>
 
 #include "orvel/img/parallel_rows.h"
 #include "orvel/img/plane_access.h"
+#include "orvel/img/require.h"
 #include "orvel/primitives/resize_plane.h"
 #include "orvel/resize/resize_plans.h"
 
@@ -75,8 +75,7 @@ public:
 
     void operator()(const tbb::blocked_range<int>& pairs) const {
         const int last = std::min(2 * pairs.end(), dst_.height);
-        if (primitives::resizeRows(plan_, src_, dst_, 2 * pairs.begin(), last) != Status::ok)
-            throw std::runtime_error("resizeRows failed");
+        require(primitives::resizeRows(plan_, src_, dst_, 2 * pairs.begin(), last), "resizeRows failed");
     }
 
 private:

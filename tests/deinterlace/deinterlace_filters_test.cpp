@@ -134,6 +134,24 @@ TEST(DeinterlaceCAVTImg, FiltersEachPlaneAndCopiesAnOddLastRow) {
         }
 }
 
+TEST(DeinterlaceCAVTImg, ChromaOfTheOutputNeedNotHaveAnOddLastRow) {
+    const auto src = picture<I420Img>(32, 10);  // 5 rows of chroma
+    const auto whole = made<I420Img, DeinterlaceCAVTImg>(DeinterlaceCAVTImgParams(), {src.get()});
+    Img out;
+    for (int p = 0; p < 3; ++p)
+        ASSERT_TRUE(out.allocatePlane(p, src->getWidth(p), src->getHeight(p) / 2 * 2, 4, 1));
+    DeinterlaceCAVTImgParams params;
+    params.width = 32, params.height = 10;
+    DeinterlaceCAVTImg deinterlacer;
+    ASSERT_TRUE(deinterlacer.allocate(&params) && deinterlacer.pushImg(*src));
+    ASSERT_TRUE(deinterlacer.deinterlace(out, nullptr));
+    for (int p = 0; p < 3; ++p) {
+        auto expected = bytesOf(*whole, p);
+        expected.resize(bytesOf(out, p).size());
+        EXPECT_EQ(bytesOf(out, p), expected) << p;
+    }
+}
+
 TEST(DeinterlaceBlendImg, EveryPictureIsReadWithItsOwnStep) {
     DeinterlaceBlendImgParams params;
     const auto a = picture<I420Img>(45, 26, 1), b = picture<I420Img>(45, 26, 2), c = picture<I420Img>(45, 26, 3);

@@ -168,6 +168,27 @@ TEST(DeinterlaceImg, ARefusedOutputKeepsTheQueue) {
     }
 }
 
+TEST(DeinterlaceImg, LargerPlanesOfTheOutputKeepWhatLiesBehindThePicture) {
+    for (DeinterlaceType type : types) {
+        const auto deinterlacer = allocated(type);
+        const auto sources = pictures(3);
+        fillQueue(*deinterlacer, sources);
+        const auto out = picture<I420Img>(width, height), larger = picture<I420Img>(2 * width, 2 * height);
+        Img mixed;  // the luma of the one, the chroma planes of the other
+        ASSERT_TRUE(out->shadowCopyPlane(mixed, 0) && larger->shadowCopyPlane(mixed, 1) &&
+                    larger->shadowCopyPlane(mixed, 2));
+        ASSERT_TRUE(deinterlacer->deinterlace(mixed, nullptr));
+        deinterlacer->deallocate();
+        fillQueue(*deinterlacer, sources);
+        ASSERT_TRUE(deinterlacer->deinterlace(*out, nullptr));
+        const auto expected = picture<I420Img>(2 * width, 2 * height);
+        for (int p : {1, 2}) {
+            ASSERT_TRUE(out->copyPlane(*expected, p, p));
+            EXPECT_EQ(bytesOf(*larger, p), bytesOf(*expected, p)) << "type " << type;
+        }
+    }
+}
+
 TEST(DeinterlaceImg, PlanesThatAreNotEnabledAreCopiedOrLeft) {
     for (DeinterlaceType type : types)
         for (int mode : {1, 0, 2}) {

@@ -5,6 +5,7 @@
 #include <tbb/parallel_for.h>
 
 #include "orvel/mctf/map_me_data.h"
+#include "orvel/sys/loop_order.h"
 #include "tests/mctf/filter_model.h"
 #include "tests/support/pictures.h"
 #include "tests/support/test_heap.h"
@@ -14,9 +15,14 @@ namespace {
 
 using ::testing::ElementsAre;
 
-/// Copies the motion into the records of the whole grid, as the library's loops do.
-void mapAll(PicData& pic, const MEData& data) {
-    tbb::parallel_for(tbb::blocked_range2d<int>(0, pic.blkRows(), 0, pic.blkCols()), MapMEData(pic, data));
+/// Copies the motion into the records of the blocks, tile by tile on all cores.
+void mapMotion(PicData& pic, const MEData& data, const tbb::blocked_range2d<int>& blocks) {
+    OrvelSys::LoopOrder order;
+    const MapMEData map(pic, data);
+    tbb::parallel_for(blocks, [&](const tbb::blocked_range2d<int>& tile) {
+        const OrvelSys::LoopOrder::Band entered(order);
+        map(tile);
+    });
 }
 
 /// All measures and the blend of one picture against the plain model.
@@ -28,7 +34,7 @@ void checkPicture(I420Img& cur, I420Img& pred, const MEData& data, int base, flo
         PicData pic;
         ASSERT_TRUE(pic.allocateBlocks(width, height));
         ASSERT_TRUE(cur.shadowCopy(pic));
-        mapAll(pic, data);
+        mapMotion(pic, data, {0, pic.blkRows(), 0, pic.blkCols()});
         I420Img out;
         ASSERT_TRUE(cur.replicate(out, 4) && out.set(77));
         ASSERT_TRUE(pic.calculatePictureActivity() && pic.calculatePictureBlockiness(pred));
@@ -85,7 +91,7 @@ TEST(PicData, KnownPictures) {
     for (int i = 0; i < 4; ++i) data.setBlockData({100, 0, 0}, i);
     PicData pic;
     ASSERT_TRUE(pic.allocateBlocks(16, 16) && ramp->shadowCopy(pic));
-    mapAll(pic, data);
+    mapMotion(pic, data, {0, pic.blkRows(), 0, pic.blkCols()});
     ASSERT_TRUE(pic.calculatePictureActivity() && pic.calculatePictureBlockiness(*ramp) && pic.calculatePictureNoise());
     const auto collect = [&](std::int32_t BlockData::*field) {
         std::vector<int> values;
@@ -135,7 +141,7 @@ TEST(PicData, NoiseLooksAtTheBusierBlocksAndRaisesItsThreshold) {
     const auto flat = test::makeScene(1, 64, 64, 0);
     PicData pic;
     ASSERT_TRUE(pic.allocateBlocks(64, 64) && flat->shadowCopy(pic));
-    mapAll(pic, data);
+    mapMotion(pic, data, {0, pic.blkRows(), 0, pic.blkCols()});
     ASSERT_TRUE(pic.calculatePictureActivity() && pic.calculatePictureNoise());
     EXPECT_EQ(pic.getNoiseFigure(), 0) << "no block is busier than the threshold";
 }
@@ -146,7 +152,7 @@ TEST(PicData, MotionIsCopiedWithHalfTheVectorForChroma) {
     MEData data;
     ASSERT_TRUE(data.allocate(6));
     data.setBlockData({11, -5, 7, 21, 22}, 4);
-    tbb::parallel_for(tbb::blocked_range2d<int>(-1, 9, -1, 9), MapMEData(pic, data));
+    mapMotion(pic, data, {-1, 9, -1, 9});
     const BlockData& b = pic.blockRow(1)[1];
     EXPECT_THAT((std::vector<int>{b.mvx, b.mvy, b.mvxU, b.mvyU, b.mvxV, b.mvyV, b.sad, b.aux1, b.aux2}),
                 ElementsAre(-5, 7, -3, 3, -3, 3, 11, 21, 22));

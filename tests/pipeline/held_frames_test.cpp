@@ -53,6 +53,19 @@ std::vector<Bytes> outputsFor(ProcessVideo<T>& engine, Img& src, std::vector<voi
     return outputs;
 }
 
+/// The engine fails with src, each time, and src keeps its user data.
+template <class T>
+void expectRefused(ProcessVideo<T>& engine, Img& src) {
+    int mark = 0;
+    ASSERT_TRUE(src.addUserData(&mark));
+    for (int i = 0; i < 3; ++i) {
+        bool ok = true;
+        EXPECT_EQ(engine.process(src, ok), nullptr);
+        EXPECT_FALSE(ok);
+        EXPECT_EQ(userDataOf(src), std::vector<void*>{&mark});
+    }
+}
+
 TEST(DeinterlaceStage, GivesWhatTheDeinterlacerGives) {
     const auto check = []<class T>(T, DeinterlaceType type) {
         auto p = deinterlacing<T>(type);
@@ -89,15 +102,7 @@ TEST(DeinterlaceStage, ARecordOfAnotherDeinterlacerFailsEveryPictureAndLosesNone
     p.deinterlaceParams = DeinterlaceImgParams::newAlloc(DeinterlaceTypeTriangle);
     ProcessVideo<HY16Img> engine;
     ASSERT_TRUE(engine.allocate(p));
-    const auto src = picture<V216Img>(width, height);
-    int mark = 0;
-    ASSERT_TRUE(src->addUserData(&mark));
-    for (int i = 0; i < 3; ++i) {
-        bool ok = true;
-        EXPECT_EQ(engine.process(*src, ok), nullptr);
-        EXPECT_FALSE(ok);
-        EXPECT_EQ(userDataOf(*src), std::vector<void*>{&mark});
-    }
+    expectRefused(engine, *picture<V216Img>(width, height));
     auto unknown = deinterlacing<I420Img>(static_cast<DeinterlaceType>(3));
     DeinterlaceCAVTImgParams mine;
     unknown.deinterlaceParams = &mine;
@@ -110,15 +115,7 @@ TEST(DeinterlaceStage, APictureItCannotDoLeavesTheQueue) {
     p.keepUserData = true;
     ProcessVideo<I420Img> engine;
     ASSERT_TRUE(engine.allocate(p));
-    const auto src = picture<I420Img>(width, height);
-    int mark = 0;
-    ASSERT_TRUE(src->addUserData(&mark));
-    for (int i = 0; i < 3; ++i) {
-        bool ok = true;
-        EXPECT_EQ(engine.process(*src, ok), nullptr);
-        EXPECT_FALSE(ok);
-        EXPECT_EQ(userDataOf(*src), std::vector<void*>{&mark});
-    }
+    expectRefused(engine, *picture<I420Img>(width, height));
     engine.flush();
     EXPECT_EQ(engine.extractUserData(), nullptr);
 }
@@ -152,6 +149,50 @@ TEST(RateStage, GivesWhatTheBlendingGives) {
         EXPECT_EQ(out, nullptr);
         earlier = picture<I420Img>(width, height, unsigned(i) + 1);
     }
+}
+
+TEST(RateStage, RepeatsASmallerPictureOnThePaintedCanvas) {
+    auto p = rates<I420Img>(30, 1, 60, 1);
+    p.frameRateBlend = 0;
+    p.dstWidth = 2 * width, p.dstHeight = 2 * height;
+    p.dstCropWidth = width, p.dstCropHeight = height;  // nothing is scaled
+    p.backgroundY = 16;
+    ProcessVideo<I420Img> engine;
+    ASSERT_TRUE(engine.allocate(p));
+    const auto src = picture<I420Img>(width, height);
+    I420Img expected;
+    ASSERT_TRUE(expected.allocate(2 * width, 2 * height, 1) && expected.set(128) && expected.setPlane(0, 16));
+    ASSERT_TRUE(src->copy(expected));
+    const test::HeapFill anyBytes(190);
+    EXPECT_TRUE(outputsFor(engine, *src).empty());
+    for (int i = 0; i < 3; ++i)
+        for (const Bytes& out : outputsFor(engine, *src)) EXPECT_EQ(out, bytesOf(expected));
+}
+
+/// Whether the engine takes pictures again once the heap does, by process() alone, as at rates that go down.
+TEST(RateStage, GoesOnAfterAHeapThatFailedToKeepUserData) {
+    int failures = 0;
+    for (int granted = 0; granted < 60; ++granted) {
+        auto p = rates<I420Img>(50, 1, 25, 1);
+        p.keepUserData = true;
+        ProcessVideo<I420Img> engine;
+        ASSERT_TRUE(engine.allocate(p));
+        std::array<int, 64> marks;
+        const auto push = [&, i = std::size_t{0}](bool& ok) mutable {
+            const auto src = picture<I420Img>(width, height);
+            // More at a time than anything has room for.
+            for (int k = 0; k < 6; ++k) ASSERT_TRUE(src->addUserData(&marks[i++]));
+            const test::FailingHeap heap(i == 18 ? granted : 1 << 20);
+            I420Img* out = engine.process(*src, ok);
+            if (out != nullptr) EXPECT_TRUE(engine.returnImg(out));
+        };
+        bool ok = false;
+        push(ok), push(ok), push(ok);
+        failures += test::refusedRequests() > 0;
+        for (int i = 0; i < 3; ++i) push(ok);
+        EXPECT_TRUE(ok) << granted;
+    }
+    EXPECT_GT(failures, 0);
 }
 
 TEST(RateStage, IsBuiltWhenTheNumbersDifferAndChoosesBlendingBySpeed) {
@@ -224,13 +265,7 @@ TEST(FilterStage, RefusesACanvasItCannotFilterAndPicturesThatDoNotFillIt) {
     p.dstWidth = 96, p.dstCropWidth = 64;  // a picture that is not scaled
     ProcessVideo<I420Img> engine;
     ASSERT_TRUE(engine.allocate(p));
-    const auto src = picture<I420Img>(64, 64);
-    int mark = 0;
-    ASSERT_TRUE(src->addUserData(&mark));
-    bool ok = true;
-    EXPECT_EQ(engine.process(*src, ok), nullptr);
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(userDataOf(*src), std::vector<void*>{&mark});
+    expectRefused(engine, *picture<I420Img>(64, 64));
 }
 
 /// A pipeline with all stages, one mark for each source picture.
@@ -305,13 +340,14 @@ TEST(HeldFrames, TheEngineGoesOnAfterAFlush) {
     }
 }
 
-TEST(HeldFrames, AFailingHeapLosesNoUserData) {
+/// Fails one call of process() in every way that the heap can make it fail.
+void expectNoUserDataIsLost(std::size_t before) {
     int failures = 0;
     for (int granted = 0; granted < 200; ++granted) {
         Marked run(50);
-        run.feed(0, 4);
+        run.feed(0, before);
         const auto src = picture<UYVYImg>(width, height, 9);
-        ASSERT_TRUE(src->addUserData(&run.marks[4]));
+        ASSERT_TRUE(src->addUserData(&run.marks[before]));
         bool ok = false;
         I420Img* out = nullptr;
         {
@@ -327,10 +363,16 @@ TEST(HeldFrames, AFailingHeapLosesNoUserData) {
         }
         run.flush();
         std::sort(run.items.begin(), run.items.end());
-        ASSERT_EQ(run.items, std::vector<void*>(run.expected.begin(), run.expected.begin() + 5)) << granted;
+        ASSERT_EQ(run.items, std::vector<void*>(run.expected.begin(), run.expected.begin() + int(before) + 1))
+            << granted << " requests granted after " << before << " pictures";
         if (!failed && granted > 0) break;
     }
     EXPECT_GT(failures, 0);
+}
+
+TEST(HeldFrames, AFailingHeapLosesNoUserData) {
+    expectNoUserDataIsLost(4);
+    expectNoUserDataIsLost(2);  // the deinterlacer's first output brings the data of two pictures
 }
 
 /// What an interlaced pipeline makes of src, and the same from its fields, each run through a progressive one.

@@ -247,6 +247,17 @@ TEST(ProcessVideo, AFailedAllocateLeavesTheCallersRecordToTheCaller) {
     DeinterlaceImgParams::deleteDealloc(mine);
 }
 
+TEST(ProcessVideo, AllocatingTwiceWithTheEnginesOwnRecordEndsIt) {
+    auto p = sized<I420Img>(64, 48);
+    p.srcProgressive = false;
+    ProcessVideo<I420Img> engine;
+    ASSERT_TRUE(engine.allocate(p));
+    ASSERT_NE(p.deinterlaceParams, nullptr);
+    EXPECT_FALSE(engine.allocate(p));
+    EXPECT_EQ(p.deinterlaceParams, nullptr) << "the engine freed what it owned";
+    EXPECT_FALSE(engine.hasDeinterlacing());
+}
+
 TEST(ProcessVideo, ASourceWhosePlanesAreTooLargeThrowsAndLosesNothing) {
     auto p = sized<I420Img>(64, 48);
     p.cropWidth = 32;
