@@ -35,6 +35,7 @@
 #include "orvel/sys/wide_to_mb.h"
 #include "orvel/watermark/readable_time_code.h"
 #include "orvel/watermark/spit_watermark.h"
+#include "orvel/watermark/time_code_bits.h"
 #include "orvel/watermark/time_code_frames.h"
 #include "orvel/watermark/time_code_text.h"
 #include "orvel/watermark/time_code_value.h"

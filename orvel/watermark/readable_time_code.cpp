@@ -9,6 +9,7 @@
 #include "orvel/img/bgr_img.h"
 #include "orvel/img/plane_access.h"
 #include "orvel/primitives/fill.h"
+#include "orvel/watermark/time_code_text.h"
 
 namespace Orvel {
 namespace {
@@ -40,21 +41,20 @@ constexpr Glyph digits[10] = {
 
 constexpr Glyph separator(char c) noexcept {
     switch (c) {
-        case ':': return {separatorDots, {0, 0, 1, 0, 1, 0, 0}};
-        case ';': return {separatorDots, {0, 0, 1, 0, 1, 1, 0}};
-        case '.': return {separatorDots, {0, 0, 0, 0, 0, 0, 1}};
-        default: return {separatorDots, {0, 0, 0, 0, 0, 1, 1}};
+        case ':':
+            return {separatorDots, {0, 0, 1, 0, 1, 0, 0}};
+        case ';':
+            return {separatorDots, {0, 0, 1, 0, 1, 1, 0}};
+        case '.':
+            return {separatorDots, {0, 0, 0, 0, 0, 0, 1}};
+        default:
+            return {separatorDots, {0, 0, 0, 0, 0, 1, 1}};
     }
 }
 
 constexpr Glyph glyphOf(char c) noexcept {
     return c >= '0' && c <= '9' ? digits[c - '0'] : separator(c);
 }
-
-struct Text : TimeCodeValue {
-    explicit Text(const TimeCodeValue& value) : TimeCodeValue(value) {}
-    using TimeCodeValue::getStringA;
-};
 
 constexpr std::uint32_t pixelOf(int level) noexcept {
     const auto sample = static_cast<std::uint8_t>(level);
@@ -84,13 +84,11 @@ bool renderReadable(const TimeCodeValue& value, FieldFrameSelect select, tagSIZE
     const auto image = planeView<std::uint32_t>(readable, 0);
     if (primitives::set(image, pixelOf(readableGroundLevel)) != Status::ok) return false;
 
-    char text[TimeCodeValue::textLength];
-    Text(value).getStringA(select, text);
     const tagSIZE dot = largestDot(size);
     int x = (size.cx - textDots * dot.cx) / 2;
     const int y = (size.cy - glyphRows * dot.cy) / 2;
-    for (const char* c = text; *c != '\0'; ++c) {
-        const Glyph glyph = glyphOf(*c);
+    for (const char c : timeCodeText(value, select)) {
+        const Glyph glyph = glyphOf(c);
         drawGlyph(glyph, image.rect(x, y, glyph.width * dot.cx, glyphRows * dot.cy), dot);
         x += (glyph.width + gap) * dot.cx;
     }

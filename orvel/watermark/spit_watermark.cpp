@@ -67,7 +67,8 @@ bool SpitWatermark::_readI420(I420Img& img, unsigned int& value) {
     const int pitch = img.getWidth(1);
     const auto read = [&](int bit, int x, int y, int width, int height) {
         unsigned char one = 0;
-        if (!_getBitFromBlock(one, img.getPixels(1) + std::ptrdiff_t{y} * pitch + x, width, height, pitch)) return false;
+        if (!_getBitFromBlock(one, img.getPixels(1) + std::ptrdiff_t{y} * pitch + x, width, height, pitch))
+            return false;
         value |= static_cast<unsigned int>(one) << bit;
         return true;
     };

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 namespace Orvel {
 namespace {
@@ -17,6 +18,10 @@ bool separatorsTell(std::string_view three, bool& dropFrame) {
     dropFrame = three == "::;" || three == ";;;" || three == ",,,";
     return dropFrame || three == ":::" || three == "...";
 }
+
+struct Text : TimeCodeValue {
+    using TimeCodeValue::getStringA;
+};
 
 }  // namespace
 
@@ -45,6 +50,12 @@ bool formatTimeCode(const TimeCodeValue& value, TimeCodeRate rate, std::string& 
     }
     text = std::move(written);
     return true;
+}
+
+std::string timeCodeText(const TimeCodeValue& value, FieldFrameSelect select) {
+    char text[TimeCodeValue::textLength];
+    Text{value}.getStringA(select, text);
+    return text;
 }
 
 }  // namespace Orvel

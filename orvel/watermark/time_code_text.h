@@ -26,4 +26,9 @@ namespace Orvel {
 /// @return false, with text unchanged, when value is not valid at the rate. Throws std::bad_alloc.
 [[nodiscard]] ORVEL_API bool formatTimeCode(const TimeCodeValue& value, TimeCodeRate rate, std::string& text);
 
+/// The text form of TimeCodeValue, which tells a top field from all else: "hh:mm:ss:ff" or "hh.mm.ss.ff", drop-frame
+/// "hh;mm;ss;ff" or "hh,mm,ss,ff". Nothing is checked; what is longer than 11 characters is cut off. Throws
+/// std::bad_alloc.
+[[nodiscard]] ORVEL_API std::string timeCodeText(const TimeCodeValue& value, FieldFrameSelect select);
+
 }  // namespace Orvel

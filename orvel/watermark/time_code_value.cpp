@@ -19,11 +19,10 @@ constexpr auto hours = &TimeCodeValue::hours, minutes = &TimeCodeValue::minutes,
                frames = &TimeCodeValue::frames;
 
 constexpr BitPosition digits[] = {
-    {hours, 20},  {hours, 10},                  {hours, 8},   {hours, 4},   {hours, 2},   {hours, 1},
-    {minutes, 40}, {minutes, 20}, {minutes, 10}, {minutes, 8}, {minutes, 4}, {minutes, 2}, {minutes, 1},
-    {seconds, 40}, {seconds, 20}, {seconds, 10}, {seconds, 8}, {seconds, 4}, {seconds, 2}, {seconds, 1},
-    {nullptr, 0},
-    {frames, 20}, {frames, 10},                 {frames, 8},  {frames, 4},  {frames, 2},  {frames, 1},
+    {hours, 20},   {hours, 10},   {hours, 8},   {hours, 4},   {hours, 2},   {hours, 1},   {minutes, 40},
+    {minutes, 20}, {minutes, 10}, {minutes, 8}, {minutes, 4}, {minutes, 2}, {minutes, 1}, {seconds, 40},
+    {seconds, 20}, {seconds, 10}, {seconds, 8}, {seconds, 4}, {seconds, 2}, {seconds, 1}, {nullptr, 0},
+    {frames, 20},  {frames, 10},  {frames, 8},  {frames, 4},  {frames, 2},  {frames, 1},
 };
 
 constexpr bool TimeCodeValue::*flags[] = {&TimeCodeValue::topField, &TimeCodeValue::bottomField,
@@ -63,7 +62,8 @@ void TimeCodeValue::getStringW(FieldFrameSelect select, wchar_t* const text) con
     std::snprintf(whole, sizeof whole, "%02d%c%02d%c%02d%c%02d", number(hours), separator, number(minutes), separator,
                   number(seconds), separator, number(frames));
     int length = 0;
-    for (; length < textLength - 1 && whole[length] != '\0'; ++length) text[length] = static_cast<wchar_t>(whole[length]);
+    for (; length < textLength - 1 && whole[length] != '\0'; ++length)
+        text[length] = static_cast<wchar_t>(whole[length]);
     text[length] = L'\0';
 }
 

@@ -1,4 +1,5 @@
 #pragma once
+#include <array>
 #include <cstdint>
 
 #include "orvel/img/types.h"
@@ -7,7 +8,7 @@
 namespace Orvel {
 
 /// A time code: hours, minutes, seconds and frames, with three flags. Nothing here checks ranges; time_code_frames.h
-/// counts and checks, time_code_text.h reads and writes text.
+/// counts and checks, time_code_text.h reads and writes text, time_code_bits.h checks bit forms.
 ///
 /// The bit form, in which UnifiedWatermark carries the value through a picture, has 40 positions, each field in
 /// binary-coded decimal, the tens digit before the units, most significant bits first:
@@ -24,7 +25,7 @@ namespace Orvel {
 ///
 /// So a frame number above 39, as rates above 40 have them, does not survive the bit form.
 struct ORVEL_API TimeCodeValue {
-    static constexpr int bitCount = 40;   ///< positions of the bit form
+    static constexpr int bitCount = 40;    ///< positions of the bit form
     static constexpr int textLength = 12;  ///< characters of the text form, with its terminator
 
     std::uint32_t hours = 0;
@@ -61,5 +62,8 @@ protected:
     /// The same in the narrow encoding of WideToMB().
     void getStringA(FieldFrameSelect select, char* const text) const;
 };
+
+/// A bit form, one position after the other.
+using TimeCodeBits = std::array<char, TimeCodeValue::bitCount>;
 
 }  // namespace Orvel

@@ -1,6 +1,7 @@
 #include "orvel/watermark/unified_watermark.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdlib>
 #include <functional>
@@ -71,7 +72,7 @@ int firstGridSample(const ScanLine& line) {
 
 constexpr std::size_t scanCount = 9;
 
-/// The median of the scans that found something, the larger of two middle ones; -1 when none did.
+/// The median of the scans that found something, the smaller of two middle ones; -1 when none did.
 int medianBorder(std::array<int, scanCount> borders) {
     std::sort(borders.begin(), borders.end(), std::greater<>());
     const auto found = std::count_if(borders.begin(), borders.end(), [](int border) { return border != -1; });
@@ -151,8 +152,8 @@ bool UnifiedWatermark<T>::encodeReadable(T& img, BGRImg& readable) {
     if (!hasPixels(readable, 0)) return true;
     constexpr int pixelBytes = BGRImg::getClassBpp();
     const auto pixels = planeView<const std::uint8_t>(readable, 0);
-    const ViewU8 strip = chroma<std::uint8_t>(img, 2)
-                             .rect(grid_.left, grid_.bottom + 1, readable.getWidth(0), readable.getHeight(0));
+    const ViewU8 strip =
+        chroma<std::uint8_t>(img, 2).rect(grid_.left, grid_.bottom + 1, readable.getWidth(0), readable.getHeight(0));
     if (readable.getBpp(0) != pixelBytes || !pixels.valid() || !strip.valid()) return false;
     for (int y = 0; y < strip.height; ++y) {
         const std::uint8_t* from = pixels.row(y);

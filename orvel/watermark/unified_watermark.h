@@ -1,5 +1,4 @@
 #pragma once
-#include <array>
 #include <cstdint>
 
 #include "orvel/img/types.h"
@@ -46,9 +45,12 @@ public:
     /// plane, or its pixels are not four bytes.
     bool encodeReadable(T& img, BGRImg& readable);
     /// Finds a grid and reads it. What the bits hold is not checked: once both keys are found, damaged cells give a
-    /// wrong time code without a report.
+    /// wrong time code without a report; see bits().
     /// @return false, with tc unchanged, when chroma plane 1 is below 96 x 96 or no grid is found.
     [[nodiscard]] bool decode(T& img, TimeCodeValue& tc);
+    /// The bit form that decode() read last, as numbers: findTimeCodeBitsFault() tells what is wrong with it. All 0
+    /// after a decode() that failed; what encode() wrote stands as characters.
+    const TimeCodeBits& bits() const noexcept { return bits_; }
 
 private:
     /// The grid written or found last, in samples of chroma plane 1.
@@ -78,7 +80,7 @@ private:
     bool decodeWatermarkBit(T& img, const tagPOINT& at, char& bit) const;
 
     Grid grid_;
-    std::array<char, TimeCodeValue::bitCount> bits_{};
+    TimeCodeBits bits_{};
 };
 
 extern template class UnifiedWatermark<I420Img>;

@@ -21,6 +21,13 @@ bool onFields(const T& img, const Body& body) {
     }
 }
 
+/// The same on one of them; false for a select that names no field.
+template <class T, class Body>
+bool onField(const T& img, FieldFrameSelect select, const Body& body) {
+    if (select != FieldFrameTop && select != FieldFrameBottom) return false;
+    return onFields(img, [&](T& top, T& bottom) { return body(select == FieldFrameTop ? top : bottom); });
+}
+
 }  // namespace
 
 template <class T>
@@ -35,10 +42,7 @@ bool UnifiedWatermarkInterlace<T>::encode(T& img, TimeCodeValue tc, tagSIZE* siz
 
 template <class T>
 bool UnifiedWatermarkInterlace<T>::encodeReadable(T& img, FieldFrameSelect select, BGRImg& readable) {
-    if (select != FieldFrameTop && select != FieldFrameBottom) return false;
-    return onFields(img, [&](T& top, T& bottom) {
-        return UnifiedWatermark<T>::encodeReadable(select == FieldFrameTop ? top : bottom, readable);
-    });
+    return onField(img, select, [&](T& field) { return UnifiedWatermark<T>::encodeReadable(field, readable); });
 }
 
 template <class T>
@@ -47,6 +51,11 @@ bool UnifiedWatermarkInterlace<T>::decode(T& img, TimeCodeValue* const values) {
     return onFields(img, [&](T& top, T& bottom) {
         return UnifiedWatermark<T>::decode(top, values[0]) && UnifiedWatermark<T>::decode(bottom, values[1]);
     });
+}
+
+template <class T>
+bool UnifiedWatermarkInterlace<T>::decode(T& img, FieldFrameSelect select, TimeCodeValue& value) {
+    return onField(img, select, [&](T& field) { return UnifiedWatermark<T>::decode(field, value); });
 }
 
 template class UnifiedWatermarkInterlace<I420Img>;

@@ -23,6 +23,9 @@ public:
     /// @return false when values is null or the top field has no grid (values is unchanged), or the bottom field has
     /// none (values[0] is read, values[1] unchanged).
     [[nodiscard]] bool decode(T& img, TimeCodeValue* const values);
+    /// Reads one field, whatever stands in the other; bits() then tells of this field.
+    /// @return false, with value unchanged, for a field without a grid and for any other select.
+    [[nodiscard]] bool decode(T& img, FieldFrameSelect select, TimeCodeValue& value);
 };
 
 extern template class UnifiedWatermarkInterlace<I420Img>;

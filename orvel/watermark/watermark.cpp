@@ -4,6 +4,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
+#include <iterator>
 
 #include "orvel/img/i420_img.h"
 #include "orvel/img/uyvy_img.h"
@@ -117,7 +119,7 @@ bool Watermark::read(Img& img, int& line) {
 
 bool Watermark::readI420(I420Img& img, int& line) {
     const auto u = planeView<const std::uint8_t>(img, 1), v = planeView<const std::uint8_t>(img, 2);
-    if (line < 0 || line >= std::min(u.height, v.height)) return false;
+    if (line < 0 || line >= std::min({u.height, v.height, img.getHeight(0)})) return false;
     const std::uint8_t *const rowU = u.row(line), *const rowV = v.row(line);
     const auto band = std::find_if(std::begin(chromaBands), std::end(chromaBands),
                                    [&](const ChromaBand& one) { return one.chosenBy(rowU[0]); });

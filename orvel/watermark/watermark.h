@@ -25,8 +25,8 @@ public:
     /// @return false, with nothing written, for a picture below 64 x 32 or one that is no I420Img or UYVYImg with that
     /// format's code and planes.
     [[nodiscard]] static bool write(Img& img);
-    /// Reads the number that a line of an I420Img carries. Chroma is looked at in row line of its planes (not line / 2),
-    /// by design, so that lines 0 to 2 can be read; chroma must be one mark's level, near 102 or 154.
+    /// Reads the number that a line of an I420Img carries. Chroma is looked at in row line of its planes (not line /
+    /// 2), by design, so that lines 0 to 2 can be read; chroma must be one mark's level, near 102 or 154.
     /// @param line  line to read on entry; its decoded number on success.
     /// @return false, with line unchanged, when the picture is refused as by write() or no I420Img, the line is not in
     /// it, or what stands there is no mark.
