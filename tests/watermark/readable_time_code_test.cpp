@@ -34,17 +34,31 @@ std::vector<std::string> drawn(const TimeCodeValue& value, FieldFrameSelect sele
 }
 
 TEST(ReadableTimeCode, ShowsEveryDigitAndSeparator) {
-    const std::vector<std::string> expected{
-        ".##....#.....##..###.......#.####....##..####", "#..#..##....#..#....#.....##.#......#.......#",
-        "#..#.#.#..#....#....#.#..#.#.###..#.#.......#", "#..#...#......#...##....#..#....#...###....#.",
-        "#..#...#..#..#......#.#.####....#.#.#..#...#.", "#..#...#....#.......#......#.#..#...#..#..#..",
-        ".##...###...####.###.......#..##.....##...#..",
+    const auto joined = [](const std::vector<std::string>& rows) {
+        std::string all = "\n";
+        for (const std::string& row : rows) all += row + "\n";
+        return all;
     };
-    EXPECT_EQ(drawn({1, 23, 45, 67}, FieldFrameBoth, {45, 7}), expected);
-    const auto rest = drawn({89, 0, 0, 0, false, false, true}, FieldFrameTop, {45, 7});
-    const char* const eightNine[] = {".##...##...", "#..#.#..#..", "#..#.#..#..", ".##...###..",
-                                     "#..#....#..", "#..#....#.#", ".##...##..#"};
-    for (std::size_t y = 0; y < 7; ++y) EXPECT_EQ(rest[y].substr(0, 11), eightNine[y]);
+    EXPECT_EQ(joined(drawn({1, 23, 45, 67}, FieldFrameBoth, {45, 7})), R"(
+.##....#.....##..###.......#.####....##..####
+#..#..##....#..#....#.....##.#......#.......#
+#..#.#.#..#....#....#.#..#.#.###..#.#.......#
+#..#...#......#...##....#..#....#...###....#.
+#..#...#..#..#......#.#.####....#.#.#..#...#.
+#..#...#....#.......#......#.#..#...#..#..#..
+.##...###...####.###.......#..##.....##...#..
+)");
+    auto rest = drawn({89, 0, 0, 0, false, false, true}, FieldFrameTop, {45, 7});
+    for (std::string& row : rest) row.resize(11);
+    EXPECT_EQ(joined(rest), R"(
+.##...##...
+#..#.#..#..
+#..#.#..#..
+.##...###..
+#..#....#..
+#..#....#.#
+.##...##..#
+)");
     std::set<std::vector<std::string>> separators;
     for (bool dropFrame : {false, true})
         for (FieldFrameSelect select : {FieldFrameTop, FieldFrameBottom})
