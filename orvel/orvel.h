@@ -23,6 +23,7 @@
 #include "orvel/mctf/me_data.h"
 #include "orvel/mctf/motion_compensate_img.h"
 #include "orvel/mctf/motion_estimate_img.h"
+#include "orvel/mctf/motion_overlay.h"
 #include "orvel/mctf/pic_data.h"
 #include "orvel/pipeline/process_video.h"
 #include "orvel/resize/resize_img.h"
