@@ -27,6 +27,14 @@ made roof.y4m "4:2:2 interlaced: reduced field by field, on a canvas with a bord
     --deinterlace blend --double-rate --ends repeat
 made roof_50p.y4m "the same, deinterlaced to 50 pictures a second"
 
+# Noise filtered with the motion from picture to picture, and what the filter goes by.
+noisy=$media/walkway_noise6_352x288_30p.yuv
+"$tool" process "$noisy" "$out/walkway_denoised_352x288_30p.yuv" --rate 30 --field-order progressive \
+    --denoise 3 --ends repeat
+made walkway_denoised_352x288_30p.yuv "the noisy clip, filtered"
+"$tool" analyze "$noisy" "$out/walkway_noise6.csv"
+made walkway_noise6.csv "motion and noise of the noisy clip, frame by frame"
+
 "$tool" preview "$media/walkway_352x288_30p.yuv" "$out/walkway.png" --frames 4 --columns 2 \
     --beside "$out/walkway_720x576_30p.yuv"
 made walkway.png "source and result side by side"
@@ -39,3 +47,16 @@ made roof_fields.png "the two fields of a picture, the top one above"
 "$tool" preview "$out/roof_50p.y4m" "$out/roof_50p.png" --frames 3 --every 2 --columns 1 \
     --beside "$media/roof_720x576_50p.yuv"
 made roof_50p.png "deinterlaced pictures beside what the camera saw"
+# The last frame of each, enlarged by four so that every pixel is seen.
+for clip in "$noisy" "$out/walkway_denoised_352x288_30p.yuv"; do
+    tail -c $((352 * 288 * 3 / 2)) "$clip" | "$tool" process - "$out/part_of_$(basename "$clip" _352x288_30p.yuv).y4m" \
+        --format i420 --size 352x288 --rate 30 --crop 176x144+128+72 --scale 704x576 --interp nearest
+done
+"$tool" preview "$out/part_of_walkway_noise6.y4m" "$out/walkway_denoised.png" \
+    --beside "$out/part_of_walkway_denoised.y4m"
+made walkway_denoised.png "part of a noisy picture beside the filtered one"
+"$tool" preview "$noisy" "$out/walkway_motion.png" --motion --frames 3 --every 3 --columns 1 \
+    --beside "$out/walkway_denoised_352x288_30p.yuv"
+made walkway_motion.png "the motion that is found in the noisy clip and in the filtered one"
+"$tool" preview "$media/roof_720x576_50p.yuv" "$out/roof_motion.png" --motion --frames 2 --every 4
+made roof_motion.png "the motion of a pan"

@@ -25,6 +25,7 @@ void describeProgram(CLI::App& program) {
     OrvelTool::addProbe(program);
     OrvelTool::addProcess(program);
     OrvelTool::addConvert(program);
+    OrvelTool::addAnalyze(program);
     OrvelTool::addPreview(program);
 }
 

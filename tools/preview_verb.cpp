@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "orvel/img/bgr_img.h"
 #include "tools/errors.h"
 #include "tools/format_converter.h"
 #include "tools/media/open_media.h"
+#include "tools/motion_arrows.h"
+#include "tools/parse.h"
 #include "tools/png_writer.h"
 #include "tools/progress.h"
 #include "tools/verbs.h"
@@ -20,16 +23,17 @@ using Orvel::Img;
 constexpr int gap = 8;  // pixels between tiles
 constexpr std::uint8_t sheetGrey = 64;
 constexpr int maxSheetPixels = 1 << 28;
+constexpr std::uint8_t arrowColour[] = {0, 220, 255};  // B, G, R
 
 struct PreviewOptions {
     std::string input, output, beside, matrix;
     InputOptions source, besideSource;
     int frames = 8, every = 0, columns = 0, tileWidth = 720;
-    bool fields = false;
+    bool fields = false, motion = false;
 };
 
 // Frames of one clip as tiles of a sheet, reduced by a whole factor; whole, or the top field above the bottom field,
-// each at its own height.
+// each at its own height; with arrows along the motion if that is asked for.
 class TileSource {
 public:
     TileSource(const std::string& path, const InputOptions& options, const PreviewOptions& preview)
@@ -39,7 +43,13 @@ public:
           fields_(preview.fields ? 2 : 1),
           picture_(makePicture(*source_->info().format, source_->info().width, source_->info().height)),
           converter_(*source_->info().format, formatOf<Orvel::BGRImg>(), source_->info().width, source_->info().height,
-                     {hasFields(source_->info()), hdtv_}) {}
+                     {hasFields(source_->info()), hdtv_}) {
+        if (!preview.motion) return;
+        before_ = makePicture(*info().format, info().width, info().height);
+        arrows_.emplace(info(), preview.fields);
+        if (info().interlaced() && !preview.fields)
+            notice("--motion", source_->name() + " holds two fields a frame, searched as one; --fields searches each");
+    }
 
     const ClipInfo& info() const { return source_->info(); }
     int width() const { return std::max(1, info().width / factor_); }
@@ -49,9 +59,15 @@ public:
         return height;
     }
 
-    bool next() { return source_->read(*picture_); }
+    bool next() {
+        if (before_) std::swap(picture_, before_);
+        if (!source_->read(*picture_)) return false;
+        ++read_;
+        return true;
+    }
     /// Draws the frame of the last next().
     void draw(BgrSheet& sheet, int left, int top) {
+        if (arrows_ && read_ > 1) arrows_->find(*before_, *picture_);
         const Img& bgr = converter_.convert(*picture_);
         for (int field = 0; field < fields_; ++field) {
             drawField(sheet, left, top, bgr, field);
@@ -70,17 +86,29 @@ private:
     void drawField(BgrSheet& sheet, int left, int top, const Img& bgr, int field) const {
         for (int y = 0; y < fieldHeight(field); ++y)
             for (int x = 0; x < width(); ++x)
-                for (int c = 0; c < 3; ++c) sheet.pixel(left + x, top + y)[c] = displayed(mean(bgr, x, y, c, field));
+                for (int c = 0; c < 3; ++c)
+                    sheet.pixel(left + x, top + y)[c] =
+                        arrowThrough(x, y, field) ? arrowColour[c] : displayed(mean(bgr, x, y, c, field));
     }
+    /// The pixels of the frame that one pixel of a tile stands for.
+    template <class Visit>
+    void forEachPixel(int x, int y, int field, const Visit& visit) const {
+        const Size box = boxSize(field);
+        for (int j = 0; j < box.height; ++j)
+            for (int i = 0; i < box.width; ++i) visit(x * factor_ + i, (y * factor_ + j) * fields_ + field);
+    }
+    Size boxSize(int field) const { return {std::min(factor_, info().width), std::min(factor_, fieldLines(field))}; }
     int mean(const Img& bgr, int x, int y, int channel, int field) const {
-        const int columns = std::min(factor_, info().width), rows = std::min(factor_, fieldLines(field));
         int sum = 0;
-        for (int j = 0; j < rows; ++j)
-            for (int i = 0; i < columns; ++i) {
-                const int line = (y * factor_ + j) * fields_ + field;
-                sum += bgr.getPixel(0, line, x * factor_ + i)[channel];
-            }
-        return (sum + columns * rows / 2) / (columns * rows);
+        forEachPixel(x, y, field, [&](int column, int line) { sum += bgr.getPixel(0, line, column)[channel]; });
+        const int pixels = boxSize(field).width * boxSize(field).height;
+        return (sum + pixels / 2) / pixels;
+    }
+    bool arrowThrough(int x, int y, int field) const {
+        bool through = false;
+        if (arrows_)
+            forEachPixel(x, y, field, [&](int column, int line) { through = through || arrows_->at(column, line); });
+        return through;
     }
     // PNG viewers expect 0..255 where the BT.709 conversion gives 16..235.
     std::uint8_t displayed(int value) const {
@@ -91,8 +119,10 @@ private:
     bool hdtv_;
     int factor_;
     int fields_;  // pictures that a frame is drawn as
-    std::unique_ptr<Img> picture_;
+    std::unique_ptr<Img> picture_, before_;
     FormatConverter converter_;
+    std::optional<MotionArrows> arrows_;
+    std::int64_t read_ = 0;
 };
 
 /// Where the tiles lie: cells of one tile, or of two side by side, in rows.
@@ -176,6 +206,9 @@ void addPreview(CLI::App& program) {
         ->check(CLI::Range(16, 8192));
     verb->add_flag("--fields", options->fields,
                    "show the two fields apart: the top field above the bottom field, each of half the height");
+    verb->add_flag("--motion", options->motion,
+                   "draw arrows from where things are to where they were in the frame before, block by block as the "
+                   "noise filter finds them; with --fields field by field");
     verb->add_option("--matrix", options->matrix, "601 or 709; default: 709 from 720 lines on")
         ->check(CLI::IsMember({"601", "709"}));
     auto* beside = verb->add_option("--beside", options->beside, "another clip, shown to the right of each picture");

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -49,26 +50,17 @@ std::vector<Field> describe(FrameSource& source) {
             {"frame_bytes", std::to_string(source.frameBytes()), true}};
 }
 
-std::string jsonText(const std::string& text) {
-    std::string quoted;
-    for (const char c : text) {
-        if (c == '"' || c == '\\') quoted += '\\';
-        if (static_cast<unsigned char>(c) < 0x20)
-            quoted += fmt::format("\\u{:04x}", static_cast<unsigned>(c));
-        else
-            quoted += c;
-    }
-    return '"' + quoted + '"';
-}
-
 void printJson(const std::vector<Field>& record) {
-    const char* separator = "{\n";
+    nlohmann::ordered_json json;
     for (const Field& field : record) {
-        const std::string value = field.value.empty() ? "null" : field.number ? field.value : jsonText(field.value);
-        fmt::print("{}  \"{}\": {}", separator, field.name, value);
-        separator = ",\n";
+        auto& value = json[field.name];
+        if (field.number)
+            value = std::stoll(field.value);
+        else if (!field.value.empty())
+            value = field.value;
     }
-    fmt::print("\n}}\n");
+    // File names may hold any bytes.
+    fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
 }
 
 void probe(const ProbeOptions& options) {

@@ -24,7 +24,6 @@ struct ProcessOptions {
     std::string input, output, outputFormat, working;
     InputOptions source;
     ProcessTexts texts;
-    int threads = 0;
 };
 
 FrameWriter openOutput(const ProcessOptions& options, const OutputKind& kind, ClipInfo info) {
@@ -55,8 +54,8 @@ void processAs(const ProcessOptions& options, FrameSource& source) {
 
 void processClip(const ProcessOptions& options) {
     std::optional<tbb::global_control> limit;
-    if (options.threads > 0)
-        limit.emplace(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(options.threads));
+    if (options.texts.threads > 0)
+        limit.emplace(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(options.texts.threads));
     const auto source = openSource(options.input, options.source);
     switch (workingFormat(source->info(), options.working).code) {
         case I420Img::getClassFormat():
@@ -99,17 +98,27 @@ void addFieldsAndRate(CLI::App& verb, ProcessTexts& texts) {
                     "the rate goes up")
         ->group(group)
         ->needs(fps);
-    verb.add_option("--ends", texts.ends,
-                    "at the ends of the clip, where blend and --fps lack a neighbour: drop (default) what cannot be "
-                    "made, or repeat the first and last picture, so that the output lasts as long as the clip")
+    verb.add_option(
+            "--ends", texts.ends,
+            "at the ends of the clip, where blend, --denoise and --fps lack a neighbour: drop (default) what "
+            "cannot be made, or repeat the first and last picture, so that the output lasts as long as the clip")
         ->group(group);
+}
+
+void addNoise(CLI::App& verb, ProcessTexts& texts) {
+    verb.add_option("--denoise", texts.denoise,
+                    "filter noise with the motion from picture to picture; strength 0 (copies) to 7; 8-bit 4:2:0 "
+                    "only, others with --working i420; the first picture serves the second one only, unless --ends "
+                    "repeat brings it out")
+        ->check(CLI::Range(0, 7))
+        ->group("Noise");
 }
 
 }  // namespace
 
 void addProcess(CLI::App& program) {
-    auto* verb =
-        program.add_subcommand("process", "Cut, deinterlace, scale and place a clip's pictures, change their rate");
+    auto* verb = program.add_subcommand(
+        "process", "Cut, deinterlace, scale, place and denoise a clip's pictures, change their rate");
     auto options = std::make_shared<ProcessOptions>();
     verb->add_option("INPUT", options->input, "file, or - for standard input")->required();
     verb->add_option("OUTPUT", options->output, "file, or - for standard output")->required();
@@ -119,9 +128,10 @@ void addProcess(CLI::App& program) {
     const std::string group = "Processing";
     verb->add_option("--working", options->working, "i420, yv16 or hy16; default: the closest to the source")
         ->group(group);
-    verb->add_option("--threads", options->threads, "at most so many")->check(CLI::Range(1, 1024))->group(group);
+    verb->add_option("--threads", options->texts.threads, "at most so many")->check(CLI::Range(1, 1024))->group(group);
     addGeometry(*verb, options->texts);
     addFieldsAndRate(*verb, options->texts);
+    addNoise(*verb, options->texts);
     addInputOptions(*verb, options->source);
     verb->callback([options] { processClip(*options); });
 }

@@ -9,6 +9,7 @@ struct InputOptions;
 void addProbe(CLI::App& program);
 void addProcess(CLI::App& program);
 void addConvert(CLI::App& program);
+void addAnalyze(CLI::App& program);
 void addPreview(CLI::App& program);
 
 /// The options that describe an input, common to all verbs.

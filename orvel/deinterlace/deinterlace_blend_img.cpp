@@ -64,10 +64,10 @@ bool DeinterlaceBlendImg::deinterlace(Img& out, Img** released) {
     if (frames_[0] == nullptr || !validateDeinterlace(out)) return false;
     try {
         if (!makePlanes(out)) return false;
-        if (keepUserData_) gatherUserData(out);
     } catch (const std::exception&) {
-        return false;  // a copy that does not fit, or no memory for the user data, which then stays in the queue
+        return false;  // a copy that does not fit
     }
+    if (keepUserData_) gatherUserData(out);
     if (doubleRate_) fieldCounter_ = 1 - fieldCounter_;
     if (fieldCounter_ == 0) release(released);
     return true;
@@ -85,10 +85,13 @@ bool DeinterlaceBlendImg::makePlanes(Img& out) const {
 }
 
 bool DeinterlaceBlendImg::blendPlane(Img& out, int plane) const {
-    const auto view = [plane](const Img* img) { return planeView<const std::uint8_t>(*img, plane); };
-    const auto prev = view(frames_[0]), cur = view(frames_[1]), next = view(frames_[2]);
-    const auto to = planeView<std::uint8_t>(out, plane);
-    if (!state_ || !cur.valid() || !sameSize(prev, cur) || !sameSize(next, cur) || !sameSize(to, cur)) return false;
+    const auto cur = planeView<const std::uint8_t>(*frames_[1], plane);
+    const auto region = [&](auto whole) { return whole.topLeft(cur.width, cur.height); };
+    const auto prev = region(planeView<const std::uint8_t>(*frames_[0], plane));
+    const auto next = region(planeView<const std::uint8_t>(*frames_[2], plane));
+    const auto to = region(planeView<std::uint8_t>(out, plane));
+    if (!state_ || out.getBpp(plane) != 1 || !cur.valid() || !prev.valid() || !next.valid() || !to.valid())
+        return false;
     primitives::BlendFields fields{topFirst_, false, true};
     if (doubleRate_) fields.generateTop = (fieldCounter_ != 0) == topFirst_;
     return filterBands(to.height, [&](int first, int last) {
@@ -96,10 +99,9 @@ bool DeinterlaceBlendImg::blendPlane(Img& out, int plane) const {
     });
 }
 
-/// By way of the oldest picture, so that all of it is in the queue when memory runs out.
-void DeinterlaceBlendImg::gatherUserData(Img& out) {
-    if (frames_[1] != nullptr) Img::moveUserData(*frames_[0], *frames_[1]);
-    Img::moveUserData(out, *frames_[0]);
+void DeinterlaceBlendImg::gatherUserData(Img& out) noexcept {
+    for (Img* frame : {frames_[0], frames_[1]})
+        if (frame != nullptr) Img::moveUserData(out, *frame);
 }
 
 }  // namespace Orvel

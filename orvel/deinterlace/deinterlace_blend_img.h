@@ -36,7 +36,7 @@ public:
 private:
     bool makePlanes(Img& out) const;
     bool blendPlane(Img& out, int plane) const;
-    void gatherUserData(Img& out);
+    void gatherUserData(Img& out) noexcept;
 
     static constexpr int queueLength = 3;
     Img* frames_[queueLength] = {};  ///< oldest first

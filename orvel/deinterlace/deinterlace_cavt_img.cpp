@@ -14,6 +14,14 @@ primitives::PlaneView<Sample> firstRows(primitives::PlaneView<Sample> plane, int
     return plane.band(0, rows);
 }
 
+/// Copies the last row of an odd height, which no pair has, if the output has such a row.
+bool copyOddRow(primitives::ConstViewU8 from, primitives::ViewU8 to) {
+    const int row = from.height - 1;
+    if (row % 2 != 0 || row >= to.height) return true;
+    return primitives::copy(from.band(row, row + 1), to.band(row, row + 1).topLeft(from.width, 1)) ==
+           primitives::Status::ok;
+}
+
 }  // namespace
 
 bool DeinterlaceCAVTImg::allocate(DeinterlaceImgParams* p) {
@@ -32,16 +40,15 @@ bool DeinterlaceCAVTImg::deinterlace(Img& out, Img** released) {
 
 bool DeinterlaceCAVTImg::filterPlane(const Img& src, Img& out, int plane) const {
     const auto from = planeView<const std::uint8_t>(src, plane);
-    const auto to = planeView<std::uint8_t>(out, plane);
-    if (!from.valid() || !sameSize(from, to) || to.height < 2) return false;
-    const int rows = to.height / 2 * 2;
-    const auto evenFrom = firstRows(from, rows, !topField_);
-    const auto evenTo = firstRows(to, rows, !topField_);
+    const int rows = from.height / 2 * 2;
+    const auto to = planeView<std::uint8_t>(out, plane).topLeft(from.width, rows);
+    if (rows == 0 || !to.valid() || out.getBpp(plane) != 1) return false;
+    const auto pairsFrom = firstRows(from, rows, !topField_);
+    const auto pairsTo = firstRows(to, rows, !topField_);
     const bool filtered = filterBands(rows / 2, [&](int first, int last) {
-        return primitives::deinterlaceCavtRows(evenFrom, evenTo, threshold_, first, last);
+        return primitives::deinterlaceCavtRows(pairsFrom, pairsTo, threshold_, first, last);
     });
-    return filtered && (rows == to.height ||
-                        primitives::copy(from.band(rows, rows + 1), to.band(rows, rows + 1)) == primitives::Status::ok);
+    return filtered && copyOddRow(from, planeView<std::uint8_t>(out, plane));
 }
 
 }  // namespace Orvel

@@ -27,8 +27,8 @@ public:
     /// Queues a picture of the allocated size whose planes have one channel and one byte per sample.
     /// @return false for any other picture, or when the queue is full.
     [[nodiscard]] virtual bool pushImg(Img& img);
-    /// Makes a progressive picture into out, which has the allocated size, planes as large as the source's and shares
-    /// no samples with it.
+    /// Makes a progressive picture into out, which has the allocated size, planes of the source's depth and at least of
+    /// its sizes, and shares no samples with it. Larger planes keep what lies beyond the source's size.
     /// @param released null, or where to put the picture that left the queue; null there when none did.
     /// @return false when the queue is empty or a plane does not fit; out may then be partly written.
     [[nodiscard]] virtual bool deinterlace(Img& out, Img** released) = 0;

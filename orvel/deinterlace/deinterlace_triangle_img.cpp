@@ -11,8 +11,8 @@ namespace {
 template <class Sample>
 bool filterRows(const Img& src, Img& out, int plane, std::uint32_t weight, int layout) {
     const auto from = planeView<const Sample>(src, plane);
-    const auto to = planeView<Sample>(out, plane);
-    return from.valid() && sameSize(from, to) && filterBands(to.height, [&](int first, int last) {
+    const auto to = planeView<Sample>(out, plane).topLeft(from.width, from.height);
+    return from.valid() && to.valid() && filterBands(to.height, [&](int first, int last) {
                return primitives::deinterlaceTriangleRows(from, to, weight, layout, first, last);
            });
 }

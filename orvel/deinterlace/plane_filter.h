@@ -24,10 +24,10 @@ bool DeinterlaceImg::filterHeldFrame(Img& out, Img** released, const Filter& fil
     try {
         for (int p = 0; p < src.numPlanes(); ++p)
             if (!nonDeinterlacedPlane(&src, &out, p) && !filter(src, out, p)) return false;
-        if (keepUserData_) Img::moveUserData(out, src);
     } catch (const std::exception&) {
-        return false;  // a copy that does not fit, or no memory for the user data, which then stays
+        return false;  // a copy that does not fit
     }
+    if (keepUserData_) Img::moveUserData(out, src);
     release(released);
     return true;
 }

@@ -73,7 +73,7 @@ bool makePicture(Img& out, const Img& prev, const Img& next, unsigned alpha, Fie
 
 }  // namespace
 
-FrameRateConvert::FrameRateConvert() noexcept = default;
+FrameRateConvert::FrameRateConvert() = default;
 FrameRateConvert::~FrameRateConvert() = default;
 
 bool FrameRateConvert::allocate(const FrameRateConvertParams& p) {
@@ -94,7 +94,7 @@ void FrameRateConvert::deallocate() {
     frames_ = {};
     count_ = 0;
     ready_ = primed_ = firstPopDone_ = false;
-    savedUserData_ = {};
+    savedUserData_.clear();
     lastAlpha_ = 0;
 }
 
@@ -127,7 +127,7 @@ bool FrameRateConvert::rateConvert(Img& out, FieldFrameSelect sel, Img** release
     unsigned alpha = weightOfOlder(acc_, inc_);
     if (!blend_) alpha = alpha < 128 ? 0 : 255;
     if (!makePicture(out, *frames_[required - 2], *frames_[required - 1], alpha, sel)) return false;
-    if (!handOverUserData(out, alpha < 128)) return false;
+    handOverUserData(out, alpha < 128);
     acc_ -= dec_;
     lastAlpha_ = static_cast<std::uint8_t>(alpha);
     if (acc_ < 0) *released = releaseOldest();
@@ -141,55 +141,42 @@ Img* FrameRateConvert::popImg() {
     --count_;
     if (!firstPopDone_ && popped == frames_[0]) popped = nullptr;  // the first frame is still queued
     firstPopDone_ = true;
-    // Without memory its items stay on the frame until it is looked at the next time.
-    if (frames_[0] != nullptr) static_cast<void>(saved(frames_[0]));
+    if (frames_[0] != nullptr) saveImgUserData(frames_[0]);
     return popped;
 }
 
-/// popImg() for a frame that nobody looks at any more: what it carries stays here, or the frame does.
+/// popImg() for a frame that nobody looks at any more: what it carries stays here.
 Img* FrameRateConvert::releaseOldest() {
-    return saved(frames_[0]) ? popImg() : nullptr;
+    saveImgUserData(frames_[0]);
+    return popImg();
 }
 
-/// Gives out the waiting items, then those of all frames up to the older of the pair and, if told so, the newest; all
-/// wait before any moves, so that a failure leaves them in order.
-bool FrameRateConvert::handOverUserData(Img& out, bool newestToo) noexcept {
-    if (!std::all_of(frames_.begin(), frames_.end() - (newestToo ? 0 : 1), [&](Img* img) { return saved(img); }))
-        return false;
+/// Gives out the waiting items, then those of all frames up to the older of the pair and, if told so, the newest, whose
+/// items else wait for the next output.
+void FrameRateConvert::handOverUserData(Img& out, bool newestToo) noexcept {
+    std::for_each(frames_.begin(), frames_.end() - (newestToo ? 0 : 1), [&](Img* img) { saveImgUserData(img); });
     restoreImgUserData(&out);
-    // Those of the newest frame are due with the next output. Without memory they stay on it until then.
-    static_cast<void>(saved(frames_.back()));
-    return true;
+    saveImgUserData(frames_.back());
 }
 
-bool FrameRateConvert::saved(Img* img) noexcept {
-    try {
-        saveImgUserData(img);
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
-}
-
-void FrameRateConvert::saveImgUserData(Img* img) {
+void FrameRateConvert::saveImgUserData(Img* img) noexcept {
     if (!keepUserData_) return;
-    img->delUserData(nullptr);  // an entry without anything would hide those behind it
-    while (void* const item = img->getUserData(nullptr)) {
-        savedUserData_.push_back(item);
-        img->delUserData(item);
-    }
+    img->delUserData(nullptr);  // would look like the end of the list to who extracts
+    Img::moveUserData(savedUserData_, *img);
 }
 
-void FrameRateConvert::restoreImgUserData(Img* img) {
-    const auto refused = std::find_if_not(savedUserData_.begin(), savedUserData_.end(),
-                                          [&](void* item) { return img->addUserData(item); });
-    savedUserData_.erase(savedUserData_.begin(), refused);
+void FrameRateConvert::restoreImgUserData(Img* img) noexcept {
+    Img::moveUserData(*img, savedUserData_);
+}
+
+void FrameRateConvert::moveUserData(std::list<void*>& to) noexcept {
+    to.splice(to.end(), savedUserData_);
 }
 
 void* FrameRateConvert::extractUserData() {
     if (savedUserData_.empty()) return nullptr;
     void* const first = savedUserData_.front();
-    savedUserData_.erase(savedUserData_.begin());
+    savedUserData_.pop_front();
     return first;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 #include <array>
 #include <cstdint>
-#include <vector>
+#include <list>
 
 #include "orvel/framerate/frame_rate_convert_params.h"
 #include "orvel/img/img.h"
@@ -27,7 +27,7 @@ namespace Orvel {
 class ORVEL_API FrameRateConvert {
 public:
     /// A converter at equal rates that repeats frames and leaves user data alone.
-    FrameRateConvert() noexcept;
+    FrameRateConvert();
     FrameRateConvert(const FrameRateConvert&) = delete;
     FrameRateConvert& operator=(const FrameRateConvert&) = delete;
 
@@ -38,8 +38,7 @@ public:
     virtual void deallocate();
     /// Queues a frame. @return false when the queue is full.
     [[nodiscard]] virtual bool pushImg(Img& img);
-    /// Is an output due? If not, and the queue is full, its oldest frame is not needed any more and leaves (only when
-    /// there is no memory to keep its user data it stays until the next call).
+    /// Is an output due? If not, and the queue is full, its oldest frame is not needed any more and leaves.
     /// @param released the frame that left the queue, null when none did.
     virtual bool isConverterReady(Img** released);
     /// Makes the next output: all lines of out with FieldFrameBoth, else the lines of one field. A mixed picture is
@@ -47,8 +46,7 @@ public:
     /// and with a sel of none of the three values no copy at all.
     /// @param released the frame that left the queue, null when none did.
     /// @return false when no output is due, out does not fit the frames or memory runs out. The queue and the time of
-    /// the output are then unchanged, and no user data has gone to out; its pixels may have been written. User data
-    /// for which out cannot make room is no failure: it waits for the next output.
+    /// the output are then unchanged, and no user data has gone to out; its pixels may have been written.
     [[nodiscard]] virtual bool rateConvert(Img& out, FieldFrameSelect sel, Img** released);
     /// Takes the oldest frame out of the queue. Null when the queue is empty, and once for the first frame's second
     /// place: to empty the queue call it until bufferedFrames() is 0. The user data of the frame that is now the
@@ -61,21 +59,22 @@ public:
 
     /// Removes and returns the first of the waiting user-data items; null when there is none.
     void* extractUserData();
+    /// Moves all of them behind those of to.
+    void moveUserData(std::list<void*>& to) noexcept;
     /// Weight of the older frame in the last output, 0 to 255.
     unsigned char lastBlendAlpha() const noexcept { return lastAlpha_; }
 
 protected:
     /// Moves the items of img behind the waiting ones; an item that img holds twice arrives once. Without keepUserData
-    /// it does nothing. Throws std::bad_alloc: every item is then in one of both places.
-    void saveImgUserData(Img* img);
-    /// Moves the waiting items to img. What img has no memory for goes on waiting.
-    void restoreImgUserData(Img* img);
+    /// it does nothing.
+    void saveImgUserData(Img* img) noexcept;
+    /// Moves the waiting items to img.
+    void restoreImgUserData(Img* img) noexcept;
 
 private:
     static constexpr int required = 3;
 
-    bool saved(Img* img) noexcept;
-    bool handOverUserData(Img& out, bool newestToo) noexcept;
+    void handOverUserData(Img& out, bool newestToo) noexcept;
     Img* releaseOldest();
 
     std::int64_t inc_ = 1, dec_ = 1, acc_ = 0;
@@ -85,7 +84,7 @@ private:
     bool ready_ = false;         // the first frame has come
     bool primed_ = false;        // it stands in two places
     bool firstPopDone_ = false;  // one of them has been taken
-    std::vector<void*> savedUserData_;
+    std::list<void*> savedUserData_;
     std::uint8_t lastAlpha_ = 0;
 };
 

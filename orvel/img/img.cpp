@@ -160,14 +160,19 @@ void* Img::getUserData(void* after) const {
     return entry == userData_.end() ? nullptr : *entry;
 }
 
-void Img::moveUserData(Img& to, Img& from) {
-    if (&to == &from) return;
-    to.userData_.reserve(to.userData_.size() + from.userData_.size());
+void Img::moveUserData(Img& to, Img& from) noexcept {
+    if (&to != &from) moveUserData(to.userData_, from);
+}
+
+void Img::moveUserData(std::list<void*>& to, Img& from) noexcept {
     while (!from.userData_.empty()) {
-        void* const first = from.userData_.front();
-        from.delUserData(first);
-        to.userData_.push_back(first);
+        to.splice(to.end(), from.userData_, from.userData_.begin());
+        std::erase(from.userData_, to.back());
     }
+}
+
+void Img::moveUserData(Img& to, std::list<void*>& from) noexcept {
+    to.userData_.splice(to.userData_.end(), from);
 }
 
 }  // namespace Orvel

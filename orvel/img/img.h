@@ -1,7 +1,7 @@
 #pragma once
 #include <array>
 #include <cstdint>
-#include <vector>
+#include <list>
 
 #include "orvel/img/img_plane.h"
 #include "orvel/img/types.h"
@@ -155,9 +155,12 @@ public:
     void delUserData(void* p);
     /// after null: the first entry; else the entry behind the first one equal to after. Null when there is none.
     void* getUserData(void* after) const;
-    /// Moves all entries of from behind those of to, in order; an entry that from holds twice arrives once. Throws
-    /// std::bad_alloc, with nothing moved.
-    static void moveUserData(Img& to, Img& from);
+    /// Moves all entries of from behind those of to, in order; an entry that from holds twice arrives once. Moving asks
+    /// for no memory.
+    static void moveUserData(Img& to, Img& from) noexcept;
+    static void moveUserData(std::list<void*>& to, Img& from) noexcept;
+    /// Moves all entries of from, as they are, behind those of to.
+    static void moveUserData(Img& to, std::list<void*>& from) noexcept;
 
     // Row-band kernels, see img_kernels.h.
     class CSetU8;
@@ -189,7 +192,7 @@ private:
     std::array<ImgPl, maxPlanes> planes_;
     std::int32_t numPlanes_ = 0;
     std::uint32_t format_ = noFormat;
-    std::vector<void*> userData_;
+    std::list<void*> userData_;
 };
 
 }  // namespace Orvel

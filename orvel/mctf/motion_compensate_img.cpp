@@ -5,9 +5,9 @@
 #include <cstddef>
 
 #include "orvel/img/parallel_rows.h"
-#include "orvel/mctf/block_grid.h"
-#include "orvel/mctf/overlay_arrow.h"
 #include "orvel/img/require.h"
+#include "orvel/mctf/block_grid.h"
+#include "orvel/mctf/motion_overlay.h"
 #include "orvel/primitives/fill.h"
 #include "orvel/primitives/interpolate_chroma.h"
 #include "orvel/primitives/interpolate_luma.h"
@@ -64,16 +64,6 @@ void fillOutsideBlocks(Img& dst, BlockGrid grid) noexcept {
     }
 }
 
-void drawVectors(Img& dst, const MEData& data, BlockGrid grid) noexcept {
-    for (int row = 0; row < grid.rows; ++row)
-        for (int col = 0; col < grid.cols; ++col) {
-            const MEBlockData block = data.getBlockData(row * grid.cols + col);
-            const tagPOINT centre{8 * col + 4, 8 * row + 4};
-            const tagPOINT end{centre.x + (block.mvx >> 2), centre.y + (block.mvy >> 2)};
-            drawOverlayArrow(planeView<std::uint8_t>(dst, 0), centre, end, 200);
-        }
-}
-
 }  // namespace
 
 template <class T>
@@ -85,8 +75,7 @@ bool MotionCompensateImg<T>::process(T* dst, MEData* data, bool draw) noexcept {
     if (data->numBlocks() < std::int64_t{grid.cols} * grid.rows) return false;
     fillOutsideBlocks(*dst, grid);
     if (!parallelRows(grid.rows, CCompensateBlocks(*dst, *ref_, *data, grid))) return false;
-    if (draw) drawVectors(*dst, *data, grid);
-    return true;
+    return !draw || drawMotionVectors(*dst, *data);
 }
 
 template class MotionCompensateImg<I420Img>;

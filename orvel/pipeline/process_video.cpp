@@ -17,7 +17,7 @@ template <class T>
 struct ProcessVideo<T>::Lease {
     Lease(ProcessVideo& owner, T* picture) : engine(owner), img(picture) {}
     ~Lease() {
-        if (img != nullptr && engine.curSrc_ != nullptr) giveBackUserData();
+        if (img != nullptr && engine.curSrc_ != nullptr) Img::moveUserData(*engine.curSrc_, *img);
         engine.returnImg(img);
     }
     Lease(const Lease&) = delete;
@@ -26,15 +26,6 @@ struct ProcessVideo<T>::Lease {
 
     ProcessVideo& engine;
     T* img;
-
-private:
-    void giveBackUserData() noexcept {
-        try {
-            Img::moveUserData(*engine.curSrc_, *img);
-        } catch (const std::bad_alloc&) {
-            // Only the data of an earlier source picture can get here: its own list still has the room.
-        }
-    }
 };
 
 template <class T>
@@ -49,8 +40,11 @@ template <class T>
 bool ProcessVideo<T>::allocate(ProcessVideoParams<T>& p) {
     ProcessVideoParams<T> completed;
     if (!validateParams(completed, p)) return false;
+    DeinterlaceImgParams* supplied = p.deinterlaceParams;
+    // Given back the record that it owns, the engine keeps it for the stages to be built.
+    const bool own = supplied != nullptr && supplied == params_.deinterlaceParams;
+    if (own) supplied = params_.deinterlaceParams = nullptr;
     deallocate();
-    DeinterlaceImgParams* const supplied = p.deinterlaceParams;
     params_ = p = completed;
     if (buildStages()) return true;
     // Only what allocate() succeeded with belongs to the engine; a record made here goes with it.
@@ -105,8 +99,7 @@ void ProcessVideo<T>::flush() {
     dropHeldFrames([this](Img& frame) {
         if (params_.keepUserData) keepUserDataOf(frame);
     });
-    if (!frameRateConverter_ || !userDataList_) return;
-    while (void* const item = frameRateConverter_->extractUserData()) userDataList_->push_back(item);
+    if (frameRateConverter_ && userDataList_) frameRateConverter_->moveUserData(*userDataList_);
 }
 
 /// Empties the stages; farewell(frame) sees each picture before it goes back to its pool.
@@ -129,10 +122,8 @@ void ProcessVideo<T>::dropHeldFrames(const Farewell& farewell) {
 
 template <class T>
 void ProcessVideo<T>::keepUserDataOf(Img& frame) {
-    while (void* const item = frame.getUserData(nullptr)) {
-        userDataList_->push_back(item);
-        frame.delUserData(item);
-    }
+    frame.delUserData(nullptr);  // would look like the end of the list to who extracts
+    Img::moveUserData(*userDataList_, frame);
 }
 
 template <class T>
@@ -221,11 +212,8 @@ T* ProcessVideo<T>::resize(T* in, bool& ok) {
     if (!resizer_) return in;
     ok = false;
     const Lease used(*this, in);
-    const bool freshlyMade = resizePool_.available() == 0;
-    Lease out(*this, fetch(resizePool_));
-    if (out.img != nullptr && freshlyMade && hasDstCropping() && !paintBackground(*out.img)) {
-        out.img->deallocate(-1);  // not to come back from the pool unpainted
-    } else if (out.img != nullptr) {
+    Lease out(*this, fetchCanvas(resizePool_));
+    if (out.img != nullptr) {
         Img view;
         out.img->getShadowRoi(view, {params_.dstCropX, params_.dstCropY},
                               {params_.dstCropWidth, params_.dstCropHeight});
@@ -236,7 +224,18 @@ T* ProcessVideo<T>::resize(T* in, bool& ok) {
     return ok ? out.handOn() : nullptr;
 }
 
-/// Fills a new canvas; a recycled one still has its border, because nobody writes there.
+/// A canvas from stock. A new one is painted; a recycled one still has its border, because nobody writes there.
+template <class T>
+T* ProcessVideo<T>::fetchCanvas(ImgPool<T>& pool) {
+    const bool freshlyMade = pool.available() == 0;
+    Lease canvas(*this, fetch(pool));
+    if (canvas.img != nullptr && freshlyMade && hasDstCropping() && !paintBackground(*canvas.img)) {
+        canvas.img->deallocate(-1);  // not to come back from the pool unpainted
+        return nullptr;
+    }
+    return canvas.handOn();
+}
+
 template <class T>
 bool ProcessVideo<T>::paintBackground(T& canvas) const {
     const int colour[] = {params_.backgroundY, params_.backgroundU, params_.backgroundV};
@@ -307,7 +306,7 @@ T* ProcessVideo<T>::isOutputAvailable(bool& ok) {
     const Lease unused(*this, static_cast<T*>(released));
     if (!ready) return nullptr;
 
-    Lease out(*this, fetch(frameRatePool_));
+    Lease out(*this, fetchCanvas(frameRatePool_));
     released = nullptr;
     ok = out.img != nullptr && frameRateConverter_->rateConvert(*out.img, FieldFrameBoth, &released);
     const Lease used(*this, static_cast<T*>(released));

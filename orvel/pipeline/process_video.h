@@ -69,8 +69,7 @@ public:
     /// A further output for the source pictures given so far; null with ok true when there is none.
     [[nodiscard]] T* isOutputAvailable(bool& ok);
     /// Drops the pictures that the stages hold, keeping their user data for extractUserData(): what the deinterlacer
-    /// held, then the temporal filter's, then the frame-rate converter's. Throws std::bad_alloc; the user data of the
-    /// picture that it came to is lost then.
+    /// held, then the temporal filter's, then the frame-rate converter's.
     void flush();
     /// Hands back a picture of process() or isOutputAvailable() and sets img to null. @return false, with nothing
     /// changed, for a picture that the engine did not issue.
@@ -123,6 +122,7 @@ private:
     void dropHeldFrames(const Farewell& farewell);
     void keepUserDataOf(Img& frame);
     T* fetch(ImgPool<T>& pool);
+    T* fetchCanvas(ImgPool<T>& pool);
     T* copySrcToUnprocessed(Img& src);
     void copyPlanes(Img& src, T& dst);
     bool paintBackground(T& canvas) const;

@@ -28,6 +28,12 @@ struct PlaneView {
         if (base == nullptr || w > width || h > height) return {};
         return {base, step, w, h};
     }
+    /// The w x h samples from column x and row y on; empty when they are not all inside the view.
+    PlaneView rect(int x, int y, int w, int h) const noexcept {
+        const bool inside = x >= 0 && y >= 0 && w >= 0 && h >= 0 && x <= width - w && y <= height - h;
+        if (base == nullptr || !inside) return {};
+        return {row(y) + x, step, w, h};
+    }
     operator PlaneView<const T>() const noexcept requires(!std::is_const_v<T>) { return {base, step, width, height}; }
 };
 

@@ -138,8 +138,7 @@ TEST(DeinterlaceCAVTImg, ChromaOfTheOutputNeedNotHaveAnOddLastRow) {
     const auto src = picture<I420Img>(32, 10);  // 5 rows of chroma
     const auto whole = made<I420Img, DeinterlaceCAVTImg>(DeinterlaceCAVTImgParams(), {src.get()});
     Img out;
-    for (int p = 0; p < 3; ++p)
-        ASSERT_TRUE(out.allocatePlane(p, src->getWidth(p), src->getHeight(p) / 2 * 2, 4, 1));
+    for (int p = 0; p < 3; ++p) ASSERT_TRUE(out.allocatePlane(p, src->getWidth(p), src->getHeight(p) / 2 * 2, 4, 1));
     DeinterlaceCAVTImgParams params;
     params.width = 32, params.height = 10;
     DeinterlaceCAVTImg deinterlacer;

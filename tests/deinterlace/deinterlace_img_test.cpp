@@ -13,7 +13,6 @@
 #include "orvel/deinterlace/deinterlace_triangle_img.h"
 #include "orvel/img/all_formats.h"
 #include "tests/support/pictures.h"
-#include "tests/support/test_heap.h"
 
 namespace Orvel {
 namespace {
@@ -170,17 +169,17 @@ TEST(DeinterlaceImg, ARefusedOutputKeepsTheQueue) {
 
 TEST(DeinterlaceImg, LargerPlanesOfTheOutputKeepWhatLiesBehindThePicture) {
     for (DeinterlaceType type : types) {
-        const auto deinterlacer = allocated(type);
         const auto sources = pictures(3);
-        fillQueue(*deinterlacer, sources);
+        const auto result = [&](Img& to) {
+            const auto deinterlacer = allocated(type);
+            fillQueue(*deinterlacer, sources);
+            return deinterlacer->deinterlace(to, nullptr);
+        };
         const auto out = picture<I420Img>(width, height), larger = picture<I420Img>(2 * width, 2 * height);
         Img mixed;  // the luma of the one, the chroma planes of the other
         ASSERT_TRUE(out->shadowCopyPlane(mixed, 0) && larger->shadowCopyPlane(mixed, 1) &&
                     larger->shadowCopyPlane(mixed, 2));
-        ASSERT_TRUE(deinterlacer->deinterlace(mixed, nullptr));
-        deinterlacer->deallocate();
-        fillQueue(*deinterlacer, sources);
-        ASSERT_TRUE(deinterlacer->deinterlace(*out, nullptr));
+        ASSERT_TRUE(result(mixed) && result(*out));
         const auto expected = picture<I420Img>(2 * width, 2 * height);
         for (int p : {1, 2}) {
             ASSERT_TRUE(out->copyPlane(*expected, p, p));
@@ -222,33 +221,6 @@ TEST(DeinterlaceImg, UserDataGoesToTheOutputInOrder) {
                 expected.push_back(&marks[i]);
             EXPECT_EQ(userDataOf(*out), expected);
         }
-}
-
-TEST(DeinterlaceImg, UserDataStaysInTheQueueWhenMemoryRunsOut) {
-    int marks[2];
-    for (DeinterlaceType type : types) {
-        const auto deinterlacer = allocated(type, [](DeinterlaceImgParams& p) { p.keepUserData = true; });
-        const auto sources = pictures(3);
-        ASSERT_TRUE(sources[0]->addUserData(&marks[0]) && sources[1]->addUserData(&marks[1]));
-        fillQueue(*deinterlacer, sources);
-        const auto out = picture<I420Img>(width, height);
-        ASSERT_TRUE(deinterlacer->bufferedFrames() == deinterlacer->requiredFrames());
-        int refusals = 0;
-        const auto refused = [&](int granted) {
-            const test::FailingHeap heap(granted);
-            const bool made = deinterlacer->deinterlace(*out, nullptr);
-            refusals += test::refusedRequests() > 0;
-            return !made;
-        };
-        for (int granted = 0; refused(granted); ++granted) {
-            ASSERT_LT(granted, 100);
-            ASSERT_TRUE(userDataOf(*out).empty());
-            ASSERT_EQ(userDataOf(*sources[0]).size() + userDataOf(*sources[1]).size(), 2u);
-        }
-        EXPECT_GT(refusals, 0);
-        ASSERT_FALSE(userDataOf(*out).empty());
-        EXPECT_EQ(userDataOf(*out).front(), &marks[0]);
-    }
 }
 
 TEST(DeinterlaceImg, DoubleRateGivesBothFieldsOfAPicture) {

@@ -276,8 +276,19 @@ TEST(Img, UserDataIsAnOrderedList) {
     EXPECT_EQ(from.getUserData(&b), &a);
     EXPECT_EQ(from.getUserData(&c), nullptr);
     ASSERT_TRUE(to.addUserData(&c));
-    Img::moveUserData(to, from);
+    std::list<void*> outside{&c};
+    {
+        const test::FailingHeap heap(0);
+        Img::moveUserData(outside, from);
+        Img::moveUserData(to, from);
+        EXPECT_EQ(test::refusedRequests(), 0);
+    }
     EXPECT_EQ(from.getUserData(nullptr), nullptr);
+    EXPECT_EQ(outside, (std::list<void*>{&c, &a, &b}));
+    outside.pop_front();
+    Img::moveUserData(from, outside);
+    Img::moveUserData(to, from);
+    EXPECT_TRUE(outside.empty());
     EXPECT_EQ(to.getUserData(nullptr), &c);
     EXPECT_EQ(to.getUserData(&c), &a);
     EXPECT_EQ(to.getUserData(&a), &b);

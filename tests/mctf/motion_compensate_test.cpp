@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "orvel/mctf/motion_compensate_img.h"
+#include "orvel/mctf/motion_overlay.h"
 #include "tests/mctf/filter_model.h"
 #include "tests/support/pictures.h"
 
@@ -100,6 +101,42 @@ TEST(MotionCompensate, ArrowsShowTheVectorsOnTopOfThePrediction) {
     EXPECT_GE(beside, 4) << "the head has two sides";
     for (int p : {1, 2})
         for (int i = 0; i < 48 * 48; ++i) ASSERT_EQ(test::sampleAt(*dst, p, i % 48, i / 48), 50);
+}
+
+TEST(MotionOverlay, DrawsTheSameArrowsOverAnyPicture) {
+    const auto ref = test::makeScene(0, 70, 45, 1), predicted = test::makeScene(0, 70, 45, 2),
+               drawn = test::makeScene(0, 70, 45, 2);
+    MEData data;
+    ASSERT_TRUE(data.allocate(8 * 5 + 1));
+    std::mt19937 rng(5);
+    fillVectors(data, [&](int) { return MEBlockData{0, int(rng() % 161) - 80, int(rng() % 161) - 80}; });
+    ASSERT_TRUE(compensate(*predicted, *ref, data, true));
+    ASSERT_TRUE(compensate(*drawn, *ref, data));
+    ASSERT_NE(test::bytesOf(*drawn), test::bytesOf(*predicted));
+    ASSERT_TRUE(drawMotionVectors(*drawn, data));
+    EXPECT_EQ(test::bytesOf(*drawn), test::bytesOf(*predicted));
+}
+
+TEST(MotionOverlay, DrawsDotsOnlyWhereTheyAreWanted) {
+    const auto picture = test::makePicture(16, 8, [](int, int, int) { return 50; });
+    MEData data;
+    ASSERT_TRUE(data.allocate(2));
+    data.setBlockData({0, 3, 3}, 0);   // shorter than a sample
+    data.setBlockData({0, 0, -4}, 1);  // a sample up
+    const auto luma = [&](int x, int y) { return int(test::sampleAt(*picture, 0, x, y)); };
+    ASSERT_TRUE(drawMotionVectors(*picture, data, 99, false));
+    EXPECT_EQ(luma(4, 4), 50);
+    EXPECT_EQ(luma(12, 4), 99);
+    EXPECT_EQ(luma(12, 3), 99);
+    ASSERT_TRUE(drawMotionVectors(*picture, data, 99));
+    EXPECT_EQ(luma(4, 4), 99);
+    MEData few;
+    I420Img none;
+    ASSERT_TRUE(few.allocate(1));
+    const auto before = test::bytesOf(*picture);
+    EXPECT_FALSE(drawMotionVectors(*picture, few));
+    EXPECT_FALSE(drawMotionVectors(none, data));
+    EXPECT_EQ(test::bytesOf(*picture), before);
 }
 
 TEST(MotionCompensate, RefusesWhatDoesNotFit) {

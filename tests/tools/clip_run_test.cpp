@@ -29,12 +29,13 @@ constexpr Method methods[] = {{"", false, false},    {"", false, true},      {"t
 
 class ClipRunTest : public test::FolderTest {
 protected:
-    /// Processes a clip of 16x16 pictures, 25 a second.
+    /// Processes a clip of pictures as small as the stages allow, 25 a second.
     template <class T>
     Account process(const ProcessTexts& texts, const char* format, int pictures, bool interlaced) {
-        const FrameShape shape(*findFormatByName(format), 16, 16, OddChroma::down);
+        const int side = texts.denoise ? 64 : 16;
+        const FrameShape shape(*findFormatByName(format), side, side, OddChroma::down);
         InputOptions input;
-        input.size = "16x16";
+        input.size = std::to_string(side) + "x" + std::to_string(side);
         input.format = format;
         input.rate = "25";
         input.scan = interlaced ? "tff" : "progressive";
@@ -59,8 +60,10 @@ protected:
 
     /// Runs every combination of rate, mode, ends and length.
     template <class T, class Check>
-    void forEachRun(const char* format, const Method& method, const Check& check) {
+    void forEachRun(const char* format, const Method& method, const Check& check,
+                    std::optional<std::int32_t> denoise = std::nullopt) {
         ProcessTexts texts;
+        texts.denoise = denoise;
         texts.deinterlace = method.name;
         texts.doubleRate = method.doubleRate;
         for (const Ratio rate :
@@ -73,21 +76,23 @@ protected:
                         texts.rateMode = mode;
                         texts.ends = ends;
                         SCOPED_TRACE(std::string(format) + " " + method.name + (method.doubleRate ? " double" : "") +
-                                     " " + texts.rate + " " + mode + " " + ends + " " + std::to_string(pictures));
+                                     (denoise ? " denoised " : " ") + texts.rate + " " + mode + " " + ends + " " +
+                                     std::to_string(pictures));
                         check(process<T>(texts, format, pictures, method.interlaced), texts, rate, pictures);
                     }
         }
     }
 };
 
-/// What should come out of so many pictures: the deinterlacer makes none of the first and the last, and the rate
-/// converter one for each moment from the first to the last picture that it is given.
-long expected(const Method& method, Ratio rate, bool repeat, long pictures) {
+/// What should come out of so many pictures: the deinterlacer makes none of the first and the last, the filter none of
+/// its first, and the rate converter one for each moment from the first to the last picture that it is given.
+long expected(const Method& method, bool denoise, Ratio rate, bool repeat, long pictures) {
     const long yield = method.doubleRate ? 2 : 1, sourceRate = 25 * yield;
     if (rate.num == 0) rate = {static_cast<std::uint32_t>(sourceRate), 1};
     const long num = rate.num, den = sourceRate * rate.den;  // pictures of the output for each that is converted
     if (repeat) return (pictures * yield * num + den - 1) / den;
     if (method.name == std::string("blend")) pictures = std::max(0L, pictures - 2) * yield;
+    if (denoise) pictures = std::max(0L, pictures - 1);
     if (num == den) return pictures;
     return pictures < 2 ? 0 : (pictures - 1) * num / den + 1;
 }
@@ -97,10 +102,11 @@ TEST_F(ClipRunTest, EveryPictureIsAccountedForWhateverTheStagesDo) {
         const auto check = [&](const Account& a, const ProcessTexts& texts, Ratio rate, long pictures) {
             EXPECT_EQ(a.read, pictures);
             EXPECT_EQ(a.written, a.taken);
-            EXPECT_EQ(a.written, expected(method, rate, texts.ends == "repeat", pictures));
+            EXPECT_EQ(a.written, expected(method, texts.denoise.has_value(), rate, texts.ends == "repeat", pictures));
             EXPECT_EQ(a.read + a.added, a.written + a.dropped + a.held);
         };
         forEachRun<I420Img>("i420", method, check);
+        forEachRun<I420Img>("i420", method, check, 3);
         forEachRun<YV16Img>("yuyv", method, check);
         if (method.name == std::string() || method.name == std::string("triangle"))
             forEachRun<HY16Img>("v216", method, check);
@@ -108,14 +114,16 @@ TEST_F(ClipRunTest, EveryPictureIsAccountedForWhateverTheStagesDo) {
 }
 
 TEST_F(ClipRunTest, RepeatedEndsBringEveryPictureOut) {
-    for (const Method& method : methods)
-        forEachRun<I420Img>("uyvy", method,
-                            [&](const Account& a, const ProcessTexts& texts, Ratio rate, long pictures) {
-                                if (texts.ends != "repeat" || (rate.num != 0 && a.written < pictures)) return;
-                                EXPECT_EQ(a.dropped, 0);
-                                EXPECT_EQ(a.held, 0);
-                                EXPECT_EQ(a.added, a.written - pictures);
-                            });
+    const auto check = [](const Account& a, const ProcessTexts& texts, Ratio rate, long pictures) {
+        if (texts.ends != "repeat" || (rate.num != 0 && a.written < pictures)) return;
+        EXPECT_EQ(a.dropped, 0);
+        EXPECT_EQ(a.held, 0);
+        EXPECT_EQ(a.added, a.written - pictures);
+    };
+    for (const Method& method : methods) {
+        forEachRun<I420Img>("uyvy", method, check);
+        forEachRun<I420Img>("uyvy", method, check, 2);
+    }
 }
 
 TEST_F(ClipRunTest, TheThreePictureDeinterlacerLosesTheEndsOfTheClip) {

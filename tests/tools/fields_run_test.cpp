@@ -80,19 +80,19 @@ TEST_F(FieldsRunTest, AnOddCutIsDeinterlacedInItsOwnOrder) {
 }
 
 /// Both pictures of each frame but the first and the last one.
-std::string doubled(const std::string& clip, bool topFirst) {
+std::string doubled(const std::string& clip, bool topFirst, int width = 48, int height = 32) {
     DeinterlaceBlendImgParams p;
-    p.width = 48;
-    p.height = 32;
+    p.width = width;
+    p.height = height;
     p.doubleRate = true;
     p.topFirst = topFirst;
     DeinterlaceBlendImg blend;
     EXPECT_TRUE(blend.allocate(&p));
-    const auto out = makePicture(formatOf<I420Img>(), 48, 32);
+    const auto out = makePicture(formatOf<I420Img>(), width, height);
     std::vector<std::unique_ptr<Img>> pictures;
     std::string result;
-    for (test::Frames frames(clip, "i420", 48, 32); Img* picture = frames.next();) {
-        pictures.push_back(makePicture(formatOf<I420Img>(), 48, 32));
+    for (test::Frames frames(clip, "i420", width, height); Img* picture = frames.next();) {
+        pictures.push_back(makePicture(formatOf<I420Img>(), width, height));
         EXPECT_TRUE(picture->copy(*pictures.back()));
         EXPECT_TRUE(blend.pushImg(*pictures.back()));
         for (int i = 0; i < 2 && pictures.size() >= 3; ++i) {
@@ -127,6 +127,50 @@ TEST_F(FieldsRunTest, RepeatedEndsAreAsIfTheClipHadThem) {
     p.dstFrameRateNum = 50;
     const std::string whole = processed(clip_ + clip_.substr(5 * frame), "i420", 48, 32, p);
     EXPECT_EQ(output("--field-order progressive --fps 50 --ends repeat"), whole.substr(0, 12 * frame));
+}
+
+/// 64x64 pictures of a textured scene that moves, with noise.
+std::string noisyClip(int pictures) {
+    std::mt19937 rng(3);
+    std::string clip;
+    for (int k = 0; k < pictures; ++k)
+        for (int i = 0; i < 64 * 96; ++i) {
+            const int x = i % 64 + 2 * k, y = i / 64;
+            clip += static_cast<char>(i < 64 * 64 ? 60 + x * y % 97 + static_cast<int>(rng() % 25) : 120 + rng() % 9);
+        }
+    return clip;
+}
+
+TEST_F(FieldsRunTest, DenoisingIsTheLibrarysAtTheStrengthThatWasAsked) {
+    clip_ = noisyClip(6);
+    write("a_64x64_.yuv", clip_);
+    const auto output = [&](const std::string& options) {
+        EXPECT_EQ(run("process a_64x64_.yuv b.yuv --rate 25 " + options).exit, 0) << options;
+        return slurp(path("b.yuv"));
+    };
+    const auto filter = [](bool interlaced, int strength) {
+        ProcessVideoParams<I420Img> p;
+        p.srcWidth = p.srcHeight = 64;
+        p.srcProgressive = p.dstProgressive = !interlaced;
+        p.mctfEnable = true;
+        p.mctfParams.strength = strength;
+        return p;
+    };
+    const std::size_t frame = 64 * 96;
+    const std::string twice = clip_.substr(0, frame) + clip_;
+    EXPECT_EQ(output("--denoise 0"), clip_.substr(frame));
+    for (const int strength : {1, 3, 7}) {
+        const std::string option = "--denoise " + std::to_string(strength);
+        const std::string filtered = processed(clip_, "i420", 64, 64, filter(false, strength));
+        ASSERT_NE(filtered, clip_.substr(frame));
+        EXPECT_EQ(output(option), filtered);
+        EXPECT_EQ(output(option + " --threads 1"), filtered);
+        EXPECT_EQ(output(option + " --ends repeat"), processed(twice, "i420", 64, 64, filter(false, strength)));
+        EXPECT_EQ(output(option + " --field-order bff"), processed(clip_, "i420", 64, 64, filter(true, strength)));
+    }
+    const std::string fields = doubled(clip_.substr(0, frame) + clip_ + clip_.substr(5 * frame), true, 64, 64);
+    EXPECT_EQ(output("--denoise 3 --deinterlace blend --double-rate --field-order tff --ends repeat"),
+              processed(fields.substr(0, frame) + fields, "i420", 64, 64, filter(false, 3)));
 }
 
 TEST_F(FieldsRunTest, RatesAreConvertedAsTheLibraryDoes) {
@@ -177,9 +221,10 @@ TEST_F(FieldsRunTest, InterlacedYuyvGoesTo420FieldByField) {
 TEST_F(FieldsRunTest, RefusalsLeaveNoOutput) {
     write("a_48x32_.yuv", clip_);
     for (const char* options : {"--double-rate --field-order tff", "--deinterlace cavt --keep-interlaced",
-                                "--fps-mode blend", "--fps 0", "--ends keep"})
+                                "--fps-mode blend", "--fps 0", "--ends keep", "--denoise 8", "--denoise -1"})
         failure(2, std::string("process a_48x32_.yuv b.yuv --rate 25 ") + options);
-    for (const char* options : {"--deinterlace cavt", "--fps 50 --field-order tff", "--crop 48x24+0+1 --scan bff"})
+    for (const char* options :
+         {"--deinterlace cavt", "--fps 50 --field-order tff", "--crop 48x24+0+1 --scan bff", "--denoise 3"})
         EXPECT_THAT(failure(4, std::string("process a_48x32_.yuv b.yuv --rate 25 ") + options), HasSubstr("; "));
     EXPECT_THAT(failure(4, "process a_48x32_.yuv b.yuv --fps 50"), HasSubstr("--rate"));
 }

@@ -243,6 +243,58 @@ TEST(ProcessSetup, RefusesWhatFieldsAndRatesDoNotAllow) {
     EXPECT_THAT(refusal<I420Img>(deinterlace("", "50"), odd), HasSubstr("give the source a simpler --rate"));
 }
 
+ProcessTexts denoise(int strength, const char* method = "", bool doubleRate = false) {
+    ProcessTexts t = deinterlace(method, "", doubleRate);
+    t.denoise = strength;
+    return t;
+}
+
+TEST(ProcessSetup, TheNoiseFilterStandsInTheEngineThatMakesTheOutput) {
+    const ClipInfo frames = clip25("i420", Scan::progressive), fields = clip25("i420", Scan::topFirst);
+    EXPECT_FALSE(engineFor<I420Img>({}, frames).mctfEnable);
+    for (const int strength : {0, 7}) {
+        const auto p = engineFor<I420Img>(denoise(strength), frames);
+        EXPECT_EQ(std::tuple(p.mctfEnable, p.mctfParams.strength), std::tuple(true, strength));
+        EXPECT_TRUE(p.mctfParams.me.subPel);
+    }
+    ProcessTexts t = denoise(3, "blend", true);
+    t.threads = 2;
+    const auto doubled = setUpProcess<I420Img>(parsePlan(t), fields);
+    EXPECT_FALSE(doubled.front->mctfEnable);
+    EXPECT_EQ(std::tuple(doubled.engine.mctfEnable, doubled.engine.mctfParams.me.poolThreads), std::tuple(true, 2));
+    const auto ends = [&](const ProcessTexts& texts, const ClipInfo& source) {
+        const auto setup = setUpProcess<I420Img>(parsePlan(texts), source);
+        return std::tuple(setup.ends.first, setup.ends.firstField);
+    };
+    EXPECT_EQ(ends(denoise(3), frames), std::tuple(1, false));
+    EXPECT_EQ(ends(denoise(3, "cavt"), fields), std::tuple(1, false));
+    EXPECT_EQ(ends(denoise(3, "blend"), fields), std::tuple(2, false));
+    EXPECT_EQ(ends(denoise(3, "blend", true), fields), std::tuple(1, true));
+    EXPECT_EQ(ends(deinterlace("blend", "", true), fields), std::tuple(1, false));
+}
+
+TEST(ProcessSetup, RefusesWhatTheNoiseFilterDoesNotTake) {
+    for (const char* packed : {"uyvy", "yuyv"})
+        EXPECT_THAT(refusal<YV16Img>(denoise(3), clip25(packed, Scan::progressive)), HasSubstr("add --working i420"));
+    EXPECT_THAT(refusal<YV16Img>(denoise(3), clip25("yv16", Scan::progressive)), HasSubstr("convert the clip to i420"));
+    EXPECT_THAT(refusal<HY16Img>(denoise(0), clip25("v216", Scan::progressive)), HasSubstr("convert the clip to i420"));
+    const auto take = [](int width, int height, Scan scan, const char* method = "") {
+        engineFor<I420Img>(denoise(3, method), clip("i420", width, height, scan));
+    };
+    const auto refuse = [](int width, int height, Scan scan) {
+        return refusal<I420Img>(denoise(3), clip("i420", width, height, scan));
+    };
+    take(64, 32, Scan::progressive);
+    take(64, 64, Scan::topFirst);
+    take(64, 33, Scan::topFirst, "cavt");
+    for (const auto& [width, height] : {std::pair(62, 32), std::pair(64, 31), std::pair(65, 32)})
+        EXPECT_THAT(refuse(width, height, Scan::progressive), HasSubstr("even width of 64 columns or more and 32"));
+    EXPECT_THAT(refuse(64, 63, Scan::topFirst), HasSubstr("64x63 interlaced is no size for the filter"));
+    ProcessTexts small = denoise(3);
+    small.scale = "60x48";  // the filter's pictures are those of the output
+    EXPECT_THAT(refusal<I420Img>(small, clip25("i420", Scan::progressive)), HasSubstr("60x48"));
+}
+
 TEST(ProcessSetup, RefusesContradictions) {
     const auto usage = [](const ProcessTexts& t) { return test::errorOf(ExitCode::usage, [&] { parsePlan(t); }); };
     for (const char* method : {"", "off", "triangle", "cavt"})

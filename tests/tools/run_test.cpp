@@ -35,6 +35,8 @@ TEST_F(RunTest, ProbeTellsWhatAClipIs) {
         EXPECT_THAT(text.out, HasSubstr(line));
     const Outcome json = run("probe --json a_48x32_.yuv");
     EXPECT_THAT(json.out, HasSubstr("\"frames\": 3,\n  \"rate\": null,"));
+    write("a\"\\\n\xFF_48x32_.yuv", clip_);
+    EXPECT_THAT(run("probe --json a?*_48x32_.yuv").out, HasSubstr("\"a\\\"\\\\\\n\xEF\xBF\xBD_48x32_.yuv\",\n"));
     EXPECT_EQ(run("convert a_48x32_.yuv a.y4m").exit, 0);
     EXPECT_THAT(run("probe - <a.y4m").out, HasSubstr("frames        3\n"));
 }

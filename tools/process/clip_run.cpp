@@ -33,9 +33,11 @@ ClipRun::ClipRun(FrameSource& source, const Orvel::FormatInfo& input, ProcessCha
 
 void ClipRun::wholeClip(const std::optional<EndRepetition>& ends) {
     Progress progress("process", source_.info().frames);
+    if (ends && ends->firstField) chain_.repeatFirst();
     while (source_.read(*picture_)) {
         feed(true);
-        if (ends && ends->first && ledger_.pictures() == 1) feed(false);
+        if (ends && ledger_.pictures() == 1)
+            for (int i = 0; i < ends->first; ++i) feed(false);
         progress.step();
     }
     if (ends) repeatLast(ends->yield);

@@ -174,6 +174,7 @@ Img* ProcessChain::pullFrom(std::size_t stage) {
         if (Img* out = stages_[stage]->pull()) return out;
         Img* const in = stage > 0 ? pullFrom(stage - 1) : nullptr;
         if (in == nullptr) return nullptr;
+        if (stage + 1 == stages_.size() && std::exchange(repeatFirst_, false)) stages_[stage]->push(*in);
         stages_[stage]->push(*in);
     }
 }

@@ -24,6 +24,8 @@ public:
     explicit ProcessChain(const ProcessSetup<T>& setup);
     ~ProcessChain();
 
+    /// Has the last stage given its first picture twice. That stage must keep the first one without an output.
+    void repeatFirst() noexcept { repeatFirst_ = true; }
     /// Gives a picture to the first stage, which moves its user data and keeps nothing else. Throws StageFailed.
     void push(Orvel::Img& picture);
     /// The next finished picture, in the working format, null when there is none until the next push(). It goes back
@@ -41,6 +43,7 @@ private:
     Orvel::Img* pullFrom(std::size_t stage);
 
     std::vector<std::unique_ptr<Stage>> stages_;
+    bool repeatFirst_ = false;
 };
 
 }  // namespace OrvelTool

@@ -5,6 +5,7 @@
 #include "orvel/img/all_formats.h"
 #include "tools/errors.h"
 #include "tools/media/frame_shape.h"
+#include "tools/process/working_format.h"
 
 namespace OrvelTool {
 namespace {
@@ -123,6 +124,22 @@ void checkScaling(const ProcessVideoParams<T>& p) {
         refuse("--interp", "this method is for 8-bit pictures only", "use super, cubic or lanczos");
 }
 
+void checkFilter(const ProcessPlan& plan, const ClipInfo& source, const FormatInfo& working, Size picture,
+                 bool fields) {
+    if (!plan.denoise) return;
+    const FormatInfo& filtered = formatOf<I420Img>();
+    if (&working != &filtered)
+        refuse("--denoise", fmt::format("the filter is for 8-bit 4:2:0, not for {} pictures", working.name),
+               takesAs(filtered, *source.format) ? "add --working i420"
+                                                 : "convert the clip to i420 first (orvelvis convert)");
+    const int lines = fields ? 64 : 32;
+    if (picture.width % 2 != 0 || picture.width < 64 || picture.height < lines)
+        refuse("--denoise",
+               fmt::format("{}{} is no size for the filter", sizeText(picture.width, picture.height),
+                           fields ? " interlaced" : ""),
+               fmt::format("it needs an even width of 64 columns or more and {} lines", lines));
+}
+
 void checkSizes(const FormatInfo& working, const Rectangle& crop, Size canvas, const Rectangle& place) {
     for (const auto& [option, width, height] :
          {std::tuple("--crop", crop.width, crop.height), std::tuple("--canvas", canvas.width, canvas.height),
@@ -147,6 +164,7 @@ void checkProcess(const ProcessPlan& plan, const ClipInfo& source, const Process
     checkRate(plan, source);
     checkCut(source, working, crop);
     checkScaling(p);
+    checkFilter(plan, source, working, {p.dstWidth, p.dstHeight}, !p.dstProgressive);
 }
 
 template void checkProcess(const ProcessPlan&, const ClipInfo&, const ProcessVideoParams<I420Img>&);

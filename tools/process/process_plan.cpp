@@ -79,6 +79,8 @@ ProcessPlan parsePlan(const ProcessTexts& texts) {
         plan.interp = parseName("--interp", texts.interp, interps, ResizeInterpNone);
     parseFields(texts, plan);
     parseRates(texts, plan);
+    plan.denoise = texts.denoise;
+    plan.threads = texts.threads;
     return plan;
 }
 

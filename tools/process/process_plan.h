@@ -11,11 +11,13 @@
 
 namespace OrvelTool {
 
-/// The processing options as they stand on the command line; empty texts were not given.
+/// The processing options as they stand on the command line; empty ones were not given.
 struct ProcessTexts {
     std::string crop, scale, canvas, place, background, interp;
     std::string deinterlace, rate, rateMode, ends;
     bool keepInterlaced = false, doubleRate = false;
+    std::optional<std::int32_t> denoise;  ///< 0 to 7
+    int threads = 0;
 };
 
 /// What is to be done with each picture.
@@ -29,10 +31,12 @@ struct ProcessPlan {
 
     /// None: the pictures of an interlaced source keep their fields.
     Orvel::DeinterlaceType deinterlace = Orvel::DeinterlaceTypeNone;
-    bool doubleRate = false;      ///< one picture a field; blend only
-    std::optional<Ratio> rate;    ///< pictures a second; else as many as there are
-    std::int32_t rateBlend = -1;  ///< as ProcessVideoParams::frameRateBlend
-    bool repeatEnds = false;      ///< the first and last picture stand in for the neighbours they lack
+    bool doubleRate = false;              ///< one picture a field; blend only
+    std::optional<Ratio> rate;            ///< pictures a second; else as many as there are
+    std::int32_t rateBlend = -1;          ///< as ProcessVideoParams::frameRateBlend
+    std::optional<std::int32_t> denoise;  ///< strength of the temporal filter; else there is none
+    bool repeatEnds = false;              ///< the first and last picture stand in for the neighbours they lack
+    int threads = 0;  ///< at most, 0 = one a core; the tasks of the library have a limit of their own
 };
 
 /// Throws ToolError (usage).

@@ -85,6 +85,13 @@ void fillRates(const ProcessPlan& plan, const ClipInfo& source, ProcessVideoPara
     }
 }
 
+template <class T>
+void fillFilter(const ProcessPlan& plan, ProcessVideoParams<T>& p) {
+    p.mctfEnable = plan.denoise.has_value();
+    p.mctfParams.strength = plan.denoise.value_or(p.mctfParams.strength);
+    p.mctfParams.me.poolThreads = plan.threads;
+}
+
 /// The whole plan as the fields of one engine.
 template <class T>
 ProcessVideoParams<T> fill(const ProcessPlan& plan, const ClipInfo& source) {
@@ -92,6 +99,7 @@ ProcessVideoParams<T> fill(const ProcessPlan& plan, const ClipInfo& source) {
     fillGeometry(plan, source, p);
     fillBackground(plan, p);
     fillRates(plan, source, p);
+    fillFilter(plan, p);
     p.srcProgressive = !source.interlaced();
     p.dstProgressive = p.srcProgressive || plan.deinterlace != DeinterlaceTypeNone;
     if (plan.deinterlace != DeinterlaceTypeNone) p.deinterlaceType = plan.deinterlace;
@@ -186,7 +194,9 @@ ProcessSetup<T> setUpProcess(const ProcessPlan& plan, const ClipInfo& source) {
     setup.topFirst = scanOfCut(plan, source) != Scan::bottomFirst;
     setup.output = processedInfo(plan, source, engine);
     setup.notes = notesOn(plan, source);
-    setup.ends.first = plan.deinterlace == DeinterlaceTypeBlend;
+    // The blend deinterlacer and the filter each need a picture before the first one they make.
+    setup.ends.firstField = plan.denoise && plan.doubleRate;
+    setup.ends.first = (plan.deinterlace == DeinterlaceTypeBlend) + (plan.denoise && !plan.doubleRate);
 
     const ProcessVideoParams<T> asked = engine;
     if (plan.doubleRate) setup.front = completed(takeFront(engine));

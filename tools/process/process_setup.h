@@ -17,8 +17,9 @@ struct SetupNote {
 
 /// What is repeated so that every picture of the clip comes out.
 struct EndRepetition {
-    bool first = false;  ///< the deinterlacer looks back: the first picture is given twice
-    Ratio yield{1, 1};   ///< output pictures for each picture read; the last one is given until they are there
+    int first = 0;            ///< stages that look back: the first picture is given so many times again
+    bool firstField = false;  ///< at double rate the filter behind the deinterlacer is given its first picture twice
+    Ratio yield{1, 1};        ///< output pictures for each picture read; the last one is given until they are there
 };
 
 /// How a clip is processed in the working format T: by one engine, or, at double rate, by a deinterlacer between two.

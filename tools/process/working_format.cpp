@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "orvel/img/all_formats.h"
 #include "tools/errors.h"
 #include "tools/media/frame_shape.h"
@@ -41,6 +44,11 @@ const FormatInfo& workingFormat(const ClipInfo& source, const std::string& name)
                         "convert the clip to uyvy first (orvelvis convert)");
     throw ToolError(ExitCode::refused, "--working",
                     fmt::format("{} pictures are not processed as {}", source.format->name, name), "use " + choices);
+}
+
+bool takesAs(const FormatInfo& working, const FormatInfo& source) {
+    return std::any_of(std::begin(acceptances), std::end(acceptances),
+                       [&](const Acceptance& a) { return a.working == working.code && a.source == source.code; });
 }
 
 const FormatInfo& engineInput(const ClipInfo& source, const FormatInfo& working) {

@@ -9,6 +9,9 @@ namespace OrvelTool {
 /// Throws ToolError: usage for another name, refused when the engine for it does not take the source.
 const Orvel::FormatInfo& workingFormat(const ClipInfo& source, const std::string& name);
 
+/// True when the engine for working takes pictures of the source's format.
+bool takesAs(const Orvel::FormatInfo& working, const Orvel::FormatInfo& source);
+
 /// The format in which the engine for working is given source's pictures: their own, but interlaced YUYV goes to 4:2:0
 /// as UYVY, which loses nothing.
 const Orvel::FormatInfo& engineInput(const ClipInfo& source, const Orvel::FormatInfo& working);

@@ -1,0 +1,303 @@
+// The reader, on pictures that went through something.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <random>
+#include <string>
+
+#include "orvel/img/bgr_img.h"
+#include "orvel/img/yv16_img.h"
+#include "orvel/resize/resize_img.h"
+#include "orvel/watermark/time_code_bits.h"
+#include "orvel/watermark/time_code_text.h"
+#include "orvel/watermark/unified_watermark_interlace.h"
+#include "tests/watermark/marks_support.h"
+
+namespace Orvel {
+namespace {
+
+using namespace test;
+
+constexpr TimeCodeValue timeCodes[] = {
+    {}, {23, 59, 59, 29}, {10, 0, 0, 0, true, false, true}, {7, 38, 56, 17, false, true, false}, {12, 34, 50, 28}};
+
+template <class T>
+using Damage = std::function<void(T& img)>;
+
+/// Replaces all samples of both chroma planes by what change makes of them.
+template <class T, class Change>
+void changeChroma(T& img, const Change& change) {
+    for (int plane : {1, 2})
+        for (int y = 0; y < img.getHeight(plane); ++y)
+            for (int x = 0; x < img.getWidth(plane); ++x) {
+                const double changed = change(sampleAt(img, plane, x, y));
+                sampleAt(img, plane, x, y) = std::uint8_t(std::clamp(std::lround(changed), 0l, 255l));
+            }
+}
+
+template <class T>
+Damage<T> moved(int dx, int dy) {
+    return [=](T& img) {
+        const auto before = copyOf(img);
+        for (int plane : {1, 2})
+            for (int y = 0; y < img.getHeight(plane); ++y)
+                for (int x = 0; x < img.getWidth(plane); ++x) {
+                    const int fromX = std::clamp(x - dx, 0, img.getWidth(plane) - 1);
+                    const int fromY = std::clamp(y - dy, 0, img.getHeight(plane) - 1);
+                    sampleAt(img, plane, x, y) = sampleAt(*before, plane, fromX, fromY);
+                }
+    };
+}
+
+template <class T>
+Damage<T> level(double gain, double around, double offset) {
+    return [=](T& img) { changeChroma(img, [=](double v) { return (v - around) * gain + around + offset; }); };
+}
+
+template <class T>
+Damage<T> noise(double sigma, unsigned seed) {
+    return [=](T& img) {
+        std::mt19937 rng(seed);
+        std::normal_distribution<double> normal(0, sigma);
+        changeChroma(img, [&](double v) { return v + normal(rng); });
+    };
+}
+
+template <class T>
+Damage<T> scaled(int num, int den, ResizeInterp interp) {
+    return [=](T& img) {
+        T target;
+        ResizeImg resizer;
+        ASSERT_TRUE(target.allocate(img.getWidth(0) * num / den, img.getHeight(0) * num / den, 1));
+        ASSERT_TRUE(resizer.allocate(target, img, interp, ResizeSmoothNone) && resizer.resize(target, img));
+        ASSERT_TRUE(target.shadowCopy(img));
+    };
+}
+
+template <class T>
+Damage<T> cropped(int left, int top, int right, int bottom) {  // luma samples
+    return [=](T& img) {
+        T view;
+        img.getShadowRoi(view, {left, top}, {img.getWidth(0) - left - right, img.getHeight(0) - top - bottom});
+        ASSERT_TRUE(view.shadowCopy(img));
+    };
+}
+
+template <class T>
+class WatermarkReader : public ::testing::Test {};
+using Formats = ::testing::Types<I420Img, YV16Img>;
+TYPED_TEST_SUITE(WatermarkReader, Formats);
+
+/// What a picture may go through without becoming unreadable.
+template <class T>
+std::vector<std::pair<std::string, Damage<T>>> harmlessDamages() {
+    std::vector<std::pair<std::string, Damage<T>>> all{{"nothing", [](T&) {}}};
+    const auto add = [&](std::string name, Damage<T> damage) { all.emplace_back(std::move(name), std::move(damage)); };
+    for (tagPOINT by : {tagPOINT{1, 0}, {0, -1}, {-3, 2}, {8, 7}, {-8, -16}})
+        add("moved by " + std::to_string(by.x) + ", " + std::to_string(by.y), moved<T>(by.x, by.y));
+    for (double around : {0., 16., 128.})
+        for (double gain : {0.9, 1.1}) add("gain " + std::to_string(gain), level<T>(gain, around, 0));
+    for (int offset : {-24, -22, 22, 24}) add("offset " + std::to_string(offset), level<T>(1, 0, offset));
+    add("gain and offset", level<T>(0.9, 128, 12));
+    for (unsigned seed : {1u, 2u, 3u}) add("noise", noise<T>(5, seed));
+    for (ResizeInterp interp : {ResizeInterpNearest, ResizeInterpLinear, ResizeInterpCubic, ResizeInterpLanczos}) {
+        add("2/3 by method " + std::to_string(interp), scaled<T>(2, 3, interp));
+        add("3/2 by method " + std::to_string(interp), scaled<T>(3, 2, interp));
+    }
+    add("2/3 by areas", scaled<T>(2, 3, ResizeInterpSuper));
+    add("cropped left and top", cropped<T>(24, 16, 0, 0));
+    add("cropped right and bottom", cropped<T>(0, 0, 16, 32));
+    add("cropped all round", cropped<T>(16, 8, 32, 16));
+    return all;
+}
+
+TYPED_TEST(WatermarkReader, ReadsPicturesThatWereScaledMovedCroppedOrChangedInLevel) {
+    for (tagSIZE luma : {tagSIZE{352, 288}, {720, 576}, {1920, 1080}})
+        for (const auto& [name, damage] : harmlessDamages<TypeParam>())
+            for (const TimeCodeValue& tc : timeCodes) {
+                if (luma.cx > 1000 && tc != timeCodes[3]) continue;
+                const auto img = flatPicture<TypeParam>(luma, 128);
+                ASSERT_TRUE(UnifiedWatermark<TypeParam>().encode(*img, tc, nullptr));
+                damage(*img);
+                TimeCodeValue read{99, 99, 99, 99};
+                UnifiedWatermark<TypeParam> mark;
+                EXPECT_TRUE(mark.decode(*img, read)) << name << " at width " << luma.cx;
+                EXPECT_EQ(timeCodeText(read, FieldFrameTop), timeCodeText(tc, FieldFrameTop)) << name;
+                EXPECT_TRUE(read == tc && findTimeCodeBitsFault(mark.bits()) == TimeCodeBitsNoFault) << name;
+            }
+}
+
+TYPED_TEST(WatermarkReader, ReadsBothFieldsAndTheirFlags) {
+    for (const auto& damage : {moved<TypeParam>(-3, 4), level<TypeParam>(1.1, 128, 0), noise<TypeParam>(5, 4),
+                               cropped<TypeParam>(16, 8, 32, 16)})
+        for (const TimeCodeValue& tc : timeCodes) {
+            const auto img = flatPicture<TypeParam>({720, 576}, 128);
+            UnifiedWatermarkInterlace<TypeParam> mark;
+            ASSERT_TRUE(mark.encode(*img, tc, nullptr));
+            damage(*img);
+            TimeCodeValue read[2], single, expected = tc;
+            ASSERT_TRUE(mark.decode(*img, read));
+            for (FieldFrameSelect select : {FieldFrameTop, FieldFrameBottom}) {
+                expected.topField = select == FieldFrameTop, expected.bottomField = select == FieldFrameBottom;
+                EXPECT_EQ(read[select - 1], expected);
+                EXPECT_TRUE(mark.decode(*img, select, single) && single == expected);
+                EXPECT_EQ(findTimeCodeBitsFault(mark.bits()), TimeCodeBitsNoFault);
+            }
+        }
+}
+
+TYPED_TEST(WatermarkReader, GivesUpWhenALevelIsMoreThan24Off) {
+    const auto readableAt = [](int offset) {
+        const auto img = flatPicture<TypeParam>({720, 576}, 128);
+        EXPECT_TRUE(UnifiedWatermark<TypeParam>().encode(*img, timeCodes[3], nullptr));
+        level<TypeParam>(1, 0, offset)(*img);
+        TimeCodeValue value{1, 2, 3, 4};
+        const bool read = UnifiedWatermark<TypeParam>().decode(*img, value);
+        EXPECT_EQ(value, read ? timeCodes[3] : (TimeCodeValue{1, 2, 3, 4}));
+        return read;
+    };
+    EXPECT_TRUE(readableAt(24));
+    EXPECT_FALSE(readableAt(25));  // no dark sample is near its level any more
+}
+
+TYPED_TEST(WatermarkReader, FindsNoGridInFlatPictures) {
+    for (int level : {0, 17, 41, 42, 128, 214, 215, 239, 255}) {
+        TimeCodeValue value{1, 2, 3, 4};
+        UnifiedWatermark<TypeParam> mark;
+        EXPECT_FALSE(mark.decode(*flatPicture<TypeParam>({720, 576}, level), value)) << level;
+        EXPECT_EQ(value, (TimeCodeValue{1, 2, 3, 4}));
+        EXPECT_EQ(mark.bits(), TimeCodeBits{});
+    }
+}
+
+TYPED_TEST(WatermarkReader, TellsWhereTheGridStandsByPastingBelowIt) {
+    for (tagPOINT by : {tagPOINT{0, 0}, {5, -3}}) {
+        const auto img = flatPicture<TypeParam>(lumaFor<TypeParam>({960, 540}), 128);
+        ASSERT_TRUE(UnifiedWatermark<TypeParam>().encode(*img, {23, 59, 59, 29}, nullptr));
+        moved<TypeParam>(by.x, by.y)(*img);
+        TimeCodeValue value;
+        UnifiedWatermark<TypeParam> mark;
+        ASSERT_TRUE(mark.decode(*img, value));
+        BGRImg dot;
+        ASSERT_TRUE(dot.allocate(1, 1, 4) && dot.setPlane(0, 77));
+        TimeCodeValue none;  // a picture without a grid takes nothing away
+        EXPECT_FALSE(mark.decode(*flatPicture<TypeParam>({400, 400}, 128), none));
+        ASSERT_TRUE(mark.encodeReadable(*img, dot));
+        EXPECT_EQ(sampleAt(*img, 2, 120 + by.x, 403 + by.y), 77);
+    }
+}
+
+TYPED_TEST(WatermarkReader, DamagedConstantCellsAreSeenInTheBitsAlone) {
+    const auto img = flatPicture<TypeParam>(lumaFor<TypeParam>({960, 540}), 128);
+    UnifiedWatermark<TypeParam> mark;
+    ASSERT_TRUE(mark.encode(*img, timeCodes[3], nullptr));
+    for (int y = 0; y < 56; ++y)  // position 20: the first cell of the fourth row, 102 x 56 samples
+        for (int x = 0; x < 102; ++x) sampleAt(*img, 1, 120 + x, 67 + 3 * 56 + y) = 239;
+    TimeCodeValue value;
+    EXPECT_TRUE(mark.decode(*img, value));
+    EXPECT_EQ(findTimeCodeBitsFault(mark.bits()), TimeCodeBitsConstant);
+    EXPECT_EQ(value, timeCodes[3]);
+}
+
+// ---- a plain reader
+
+struct PlainReader {
+    const Img& img;
+    int w, h;
+    explicit PlainReader(const Img& picture) : img(picture), w(picture.getWidth(1)), h(picture.getHeight(1)) {}
+
+    int count(int x0, int y0, int width, int height, int from, int below) const {
+        int n = 0;
+        for (int y = y0; y < y0 + height; ++y)
+            for (int x = x0; x < x0 + width; ++x) n += sampleAt(img, 1, x, y) >= from && sampleAt(img, 1, x, y) < below;
+        return n;
+    }
+    bool isNear(int x, int y) const {
+        const int v = sampleAt(img, 1, x, y);
+        return std::abs(v - 17) <= 24 || std::abs(v - 239) <= 24;
+    }
+    /// @param line  column of a vertical scan, row of a horizontal one
+    int border(bool vertical, bool fromEnd, int line) const {
+        const int size = vertical ? h : w, centre = size / 2;
+        int last = -1;
+        for (int step = 0; step < (fromEnd ? size - centre : centre); ++step) {
+            const int i = fromEnd ? size - 1 - step : step, begin = std::min(i, centre);
+            const int length = std::abs(i - centre) + 1;
+            if (!isNear(vertical ? line : i, vertical ? i : line)) continue;
+            last = i;
+            const auto strip = [&](int from, int below) {
+                return vertical ? count(line, begin, 1, length, from, below)
+                                : count(begin, line, length, 1, from, below);
+            };
+            if (strip(0, 50) + strip(200, 256) > 0.6 * length) break;
+        }
+        return last;
+    }
+    int median(bool vertical, bool fromEnd) const {
+        std::vector<int> found;
+        for (int i = 1; i <= 9; ++i) {
+            const int at = border(vertical, fromEnd, i * ((vertical ? w : h) / 10));
+            if (at != -1) found.push_back(at);
+        }
+        std::sort(found.rbegin(), found.rend());
+        return found.empty() ? -1 : found[found.size() / 2];
+    }
+    bool isKey(int x, int y, int width, int height) const {
+        const int grey = count(x, y, width, height, 100, 156), bright = count(x, y, width, height, 200, 256);
+        return grey + bright >= 0.4 * width * height && grey >= 0.1 * width * height;
+    }
+    bool read(TimeCodeBits& bits) const {
+        const int left = median(false, false), right = median(false, true), top = median(true, false),
+                  bottom = median(true, true);
+        if (left < 0 || right < 0 || top < 0 || bottom < 0) return false;
+        const int width = right - left + 1, height = bottom - top + 1, cellW = width / 7, cellH = height / 6;
+        if (cellW == 0 || cellH == 0) return false;
+        if (!isKey(left, top, cellW, cellH) || !isKey(right - cellW, bottom - cellH, cellW, cellH)) return false;
+        const float columnWidth = float(width) / 7, rowHeight = float(height) / 6;
+        int c = 1, y = top;
+        for (int i = 0; i < 40; ++i, ++c) {
+            if (i % 7 == 6) c = 0, y = top + int(float(i / 6) * rowHeight);
+            const int x = left + int(float(c) * columnWidth);
+            const int dark = count(x, y, cellW, cellH, 0, 50), bright = count(x, y, cellW, cellH, 200, 256);
+            bits[std::size_t(i)] = bright > dark && bright > 0.3 * (cellW * cellH);
+        }
+        return true;
+    }
+};
+
+TYPED_TEST(WatermarkReader, ReadsAnyDamagedPictureAsAPlainReaderDoesAndNothingAroundIt) {
+    constexpr int levels[] = {0, 17, 40, 41, 42, 49, 50, 99, 100, 128, 155, 156, 199, 200, 214, 215, 239, 255};
+    std::mt19937 rng(5);
+    const auto below = [&](int limit) { return int(rng() % unsigned(limit)); };
+    int found = 0;
+    constexpr int pictures = 400;
+    for (int i = 0; i < pictures; ++i) {
+        const tagSIZE chroma{96 + below(40), 96 + below(40)};
+        Window<TypeParam> window(lumaFor<TypeParam>(chroma), levels[below(std::size(levels))]);
+        ASSERT_TRUE(window.img.set(levels[below(std::size(levels))]));
+        ASSERT_TRUE(UnifiedWatermark<TypeParam>().encode(window.img, timeCodes[i % 5], nullptr));
+        for (int patch = i % 10; patch > 0; --patch) {
+            const int x0 = below(chroma.cx), y0 = below(chroma.cy), level = levels[below(std::size(levels))];
+            const int x1 = std::min(x0 + 1 + below(60), chroma.cx), y1 = std::min(y0 + 1 + below(30), chroma.cy);
+            for (int y = y0; y < y1; ++y)
+                for (int x = x0; x < x1; ++x) sampleAt(window.img, 1, x, y) = std::uint8_t(level);
+        }
+        if (i % 3 == 0) noise<TypeParam>(12, unsigned(i))(window.img);
+        UnifiedWatermark<TypeParam> mark;
+        TimeCodeValue value{1, 2, 3, 4}, expectedValue = value;
+        TimeCodeBits expected{};
+        const bool expectFound = PlainReader(window.img).read(expected);
+        if (expectFound) TimeCodeValue::getTimeCodeFromBits(expectedValue, expected.data());
+        ASSERT_EQ(mark.decode(window.img, value), expectFound) << "picture " << i;
+        ASSERT_EQ(mark.bits(), expected) << "picture " << i;
+        ASSERT_EQ(value, expectedValue) << "picture " << i;
+        found += expectFound;
+    }
+    EXPECT_GT(found, pictures / 5);
+    EXPECT_LT(found, pictures * 4 / 5);
+}
+
+}  // namespace
+}  // namespace Orvel
