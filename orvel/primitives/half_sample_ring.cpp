@@ -8,6 +8,8 @@
 #define HWY_TARGET_INCLUDE "orvel/primitives/half_sample_ring.cpp"
 #include <hwy/foreach_target.h>  // re-includes this file once per target
 #include <hwy/highway.h>
+#include "orvel/primitives/byte_differences_inl.h"
+#include "orvel/primitives/byte_products_inl.h"
 #include "orvel/primitives/luma_filter_inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -26,140 +28,179 @@ void ringSads(const std::uint8_t* cur, std::ptrdiff_t curStep, ConstViewU8 ref, 
 
 #else
 
-// Half samples right of, below and right below the samples of a block make up the whole ring: the neighbours to the
-// left are those one column before, the neighbours above those one row before. So 9 columns and 9 rows of each are
-// made once, row by row, and compared on the way.
+// The neighbours come in pairs of blocks whose half samples are made alike: those to the left and to the right, a
+// column apart; those above and below, a row apart; and two pairs of corners, above and below. A vector of 256 bits
+// holds a row of both blocks of a pair, one in each half, or two rows when they have become bytes again. Shorter
+// vectors hold one block, and the other one is made in a second turn.
 
+using D8 = hn::CappedTag<std::uint8_t, ORVEL_BYTE_PRODUCTS ? 32 : 16>;
 using D8x16 = hn::Full128<std::uint8_t>;
-using D8x8 = hn::Full64<std::uint8_t>;
+using D8Signed = hn::Repartition<std::int8_t, D8>;
+using D16 = hn::Repartition<std::int16_t, D8>;
+using D64 = hn::Repartition<std::uint64_t, D8>;
 using D64x2 = hn::Full128<std::uint64_t>;
-using D16x8 = hn::Full128<std::int16_t>;
-using V8x16 = hn::Vec<D8x16>;
-using V16x8 = hn::Vec<D16x8>;
-using V64x2 = hn::Vec<D64x2>;
-
-// Columns -1 .. 7 in one vector, or columns -1 .. 6 and 0 .. 7 one after the other.
-using D16 = hn::CappedTag<std::int16_t, 16>;
+using V8 = hn::Vec<D8>;
 using V16 = hn::Vec<D16>;
-constexpr bool allColumnsAtOnce = hn::MaxLanes(D16()) == 16;
+using V64 = hn::Vec<D64>;
+using V64x2 = hn::Vec<D64x2>;
+constexpr bool pairAtOnce = hn::MaxLanes(D8()) == 32;
 
-/// The last six rows that passed by.
-template <class V>
-struct LastSix {
-    HWY_INLINE void push(V v) {
-        for (int i = 0; i < 5; ++i) rows[i] = rows[i + 1];
-        rows[5] = v;
-    }
-    HWY_INLINE V outer() const { return hn::Add(rows[0], rows[5]); }
-    HWY_INLINE V middle() const { return hn::Add(rows[1], rows[4]); }
-    HWY_INLINE V inner() const { return hn::Add(rows[2], rows[3]); }
-
-    V rows[6];
-};
-
-/// The samples of two blocks side by side: those from column 0 of v on and those from column 1 on (where v has no more
-/// than 8, the same block twice).
-template <class V8>
-HWY_INLINE V8x16 twoBlocks(V8 v) {
-    const D64x2 d64;
-    if constexpr (hn::MaxLanes(hn::DFromV<V8>()) == 16)
-        return hn::BitCast(D8x16(), hn::InterleaveLower(d64, hn::BitCast(d64, v),
-                                                        hn::BitCast(d64, hn::ShiftRightBytes<1>(D8x16(), v))));
+/// A vector of those halves; just the first one where vectors are short.
+template <class D>
+HWY_INLINE hn::Vec<D> fromHalves(D d, hn::Vec<D8x16> lower, hn::Vec<D8x16> upper) {
+    if constexpr (pairAtOnce)
+        return hn::Combine(d, upper, lower);
     else
-        return hn::Combine(D8x16(), v, v);
+        return lower;
 }
 
-/// sums + |a - b|, summed over either half of the 16 samples.
-HWY_INLINE V64x2 addDifferences(V64x2 sums, V8x16 a, V8x16 b) {
-    return hn::Add(sums, hn::SumsOf8(hn::Or(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a))));
+template <class V>
+HWY_INLINE V64x2 lowerHalf(V v) {
+    if constexpr (pairAtOnce)
+        return hn::LowerHalf(D64x2(), v);
+    else
+        return v;
 }
 
-/// The block that is compared, its rows one behind the other and each of them twice.
+template <class V>
+HWY_INLINE V64x2 upperHalf(V v) {
+    if constexpr (pairAtOnce)
+        return hn::UpperHalf(D64x2(), v);
+    else
+        return v;
+}
+
+/// 16 samples of each block: from `at` on, and from `at + apart` on.
+HWY_INLINE V8 loadSamples(const std::uint8_t* at, std::ptrdiff_t apart) {
+    return fromHalves(D8(), hn::LoadU(D8x16(), at), hn::LoadU(D8x16(), at + apart));
+}
+
+/// The filter's sums; the arguments hold samples 0 and 1, 2 and 3, 4 and 5 of the six side by side.
+HWY_INLINE V16 sixTapSumOfPairs(V8 first, V8 middle, V8 last) {
+    const hn::Repartition<std::uint16_t, D8> d;
+    const auto weights = [d](int low, int high) HWY_ATTR {
+        return hn::BitCast(D8Signed(), hn::Set(d, static_cast<std::uint16_t>((high & 255) << 8 | (low & 255))));
+    };
+    const V16 ends = hn::Add(sumPairProducts(first, weights(1, -5)), sumPairProducts(last, weights(-5, 1)));
+    return hn::Add(ends, sumPairProducts(middle, weights(20, 20)));
+}
+
+/// The filter along a row: the first sum is over the first six samples, and so on.
+HWY_INLINE V16 sumsAlongRow(V8 samples) {
+    HWY_ALIGN static constexpr std::uint8_t neighbours[32] = {0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8,
+                                                              0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8};
+    const V8 pairs = hn::Load(D8(), neighbours);
+    const auto from = [&](int i) HWY_ATTR {
+        return hn::TableLookupBytes(samples, hn::Add(pairs, hn::Set(D8(), static_cast<std::uint8_t>(i))));
+    };
+    return sixTapSumOfPairs(from(0), from(2), from(4));
+}
+
+/// The block that is compared, two rows in each half of a vector.
 struct CurrentBlock {
     CurrentBlock(const std::uint8_t* p, std::ptrdiff_t step) {
-        for (int y = 0; y < 8; ++y) {
-            const auto row = hn::LoadU(D8x8(), p + y * step);
-            hn::StoreU(row, D8x8(), rows + 8 * y);
-            hn::StoreU(hn::Combine(D8x16(), row, row), D8x16(), pairs + 16 * y);
+        for (int i = 0; i < 4; ++i) {
+            const hn::Half<D8x16> row;
+            const auto two =
+                hn::Combine(D8x16(), hn::LoadU(row, p + (2 * i + 1) * step), hn::LoadU(row, p + 2 * i * step));
+            rows[i] = fromHalves(D8(), two, two);
         }
     }
-    HWY_INLINE hn::Vec<D8x8> row(int y) const { return hn::LoadU(D8x8(), rows + 8 * y); }
-    HWY_INLINE V8x16 rowTwice(int y) const { return hn::LoadU(D8x16(), pairs + 16 * y); }
-    HWY_INLINE V8x16 rowAndNext(int y) const { return hn::LoadU(D8x16(), rows + 8 * y); }
-
-    std::uint8_t rows[64], pairs[128];
+    V8 rows[4];
 };
 
-/// Differences from the neighbours beside and at the corners; of two blocks each, the second a column further right.
-struct SideSads {
-    V64x2 above, beside, below;
-};
-
-/// at: the sample of which the first block's half samples are right.
-HWY_INLINE SideSads sideSads(const CurrentBlock& cur, const std::uint8_t* at, std::ptrdiff_t step) {
-    const D16 d16;
-    SideSads sads{hn::Zero(D64x2()), hn::Zero(D64x2()), hn::Zero(D64x2())};
-    LastSix<V16> sums;
-    for (int y = -3; y < 2; ++y) sums.push(sixTapSum(d16, at + y * step - 2, 1));
-    HWY_UNROLL(9)
-    for (int y = -1; y < 8; ++y) {
-        sums.push(sixTapSum(d16, at + (y + 3) * step - 2, 1));
-        const V8x16 centre = twoBlocks(centreSample(d16, sums.outer(), sums.middle(), sums.inner()));
-        if (y < 7) sads.above = addDifferences(sads.above, centre, cur.rowTwice(y + 1));
-        if (y < 0) continue;
-        sads.beside = addDifferences(sads.beside, twoBlocks(halfSample(d16, sums.rows[2])), cur.rowTwice(y));
-        sads.below = addDifferences(sads.below, centre, cur.rowTwice(y));
-    }
-    return sads;
+/// Sums of the differences from a pair of blocks, whose rows sample(0) .. sample(7) gives, not yet clipped.
+template <class Sample>
+HWY_INLINE V64 pairSads(const CurrentBlock& cur, const Sample& sample) {
+    V64 sums = hn::Zero(D64());
+    HWY_UNROLL(4)
+    for (int i = 0; i < 4; ++i)
+        sums = hn::Add(sums, sumsOf8Differences(packBlocks(sample(2 * i), sample(2 * i + 1)), cur.rows[i]));
+    return sums;
 }
 
-/// Differences from the neighbours below (first) and above.
-HWY_INLINE V64x2 straightSads(const CurrentBlock& cur, const std::uint8_t* at, std::ptrdiff_t step) {
-    const D16x8 d16;
-    LastSix<V16x8> samples;
-    const auto read = [&](int y) HWY_ATTR { samples.push(hn::PromoteTo(d16, hn::LoadU(D8x8(), at + y * step))); };
-    for (int y = -3; y < 2; ++y) read(y);
-    auto sads = hn::Zero(D64x2());
-    HWY_UNROLL(9)
-    for (int y = -1; y < 8; ++y) {
-        read(y + 3);
-        const auto half = halfSample(d16, sixTapSum(samples.outer(), samples.middle(), samples.inner()));
-        // The first row lies below no row of the block and the last one above none: there it is compared with itself.
-        const V8x16 rows = y < 0   ? hn::Combine(D8x16(), cur.row(0), half)
-                           : y < 7 ? cur.rowAndNext(y)
-                                   : hn::Combine(D8x16(), half, cur.row(7));
-        sads = addDifferences(sads, hn::Combine(D8x16(), half, half), rows);
+/// Sums of differences from all neighbours. Each 128 bits belong to one block of the pair; their two sums are to be
+/// added.
+struct RingSums {
+    V64 above, beside, below;  ///< left and right
+    V64 straight;              ///< above and below
+};
+
+/// Half samples between four others, of nine rows, and those right of the samples, of the eight rows in between.
+struct SideSamples {
+    SideSamples(const std::uint8_t* at, std::ptrdiff_t step) {
+        for (int i = 0; i < 14; ++i) along[i] = sumsAlongRow(loadSamples(at + (i - 2) * step - 2, 1));
+        for (int i = 0; i < 9; ++i) {
+            const V16* s = along + i;
+            centres[i] = centreSampleUnclipped(hn::Add(s[0], s[5]), hn::Add(s[1], s[4]), hn::Add(s[2], s[3]));
+        }
     }
-    return sads;
+    HWY_INLINE V16 right(int y) const { return halfSampleUnclipped(along[y + 3]); }
+
+    V16 along[14];  ///< the filter's sums, from three rows above the block on
+    V16 centres[9];
+};
+
+/// Half samples below the samples, of eight rows.
+struct StraightSamples {
+    StraightSamples(const std::uint8_t* at, std::ptrdiff_t step) {
+        V8 samples = loadSamples(at - 2 * step, step);
+        for (int i = 0; i < 12; ++i) {
+            const V8 next = loadSamples(at + (i - 1) * step, step);
+            down[i] = hn::InterleaveLower(D8(), samples, next);
+            samples = next;
+        }
+    }
+    HWY_INLINE V16 below(int y) const {
+        return halfSampleUnclipped(sixTapSumOfPairs(down[y], down[y + 2], down[y + 4]));
+    }
+
+    V8 down[12];  ///< samples beside the ones below them, from two rows above on
+};
+
+/// side and above: the samples from which the first half samples of those pairs lie right and below.
+HWY_INLINE RingSums ringSums(const CurrentBlock& cur, const std::uint8_t* side, const std::uint8_t* above,
+                             std::ptrdiff_t step) {
+    const SideSamples sides(side, step);
+    const StraightSamples straight(above, step);
+    return {pairSads(cur, [&](int y) HWY_ATTR { return sides.centres[y]; }),
+            pairSads(cur, [&](int y) HWY_ATTR { return sides.right(y); }),
+            pairSads(cur, [&](int y) HWY_ATTR { return sides.centres[y + 1]; }),
+            pairSads(cur, [&](int y) HWY_ATTR { return straight.below(y); })};
+}
+
+/// Writes the sums of the blocks of two pairs: the first ones, then the second ones.
+HWY_INLINE void storeSums(V64x2 a0, V64x2 b0, V64x2 a1, V64x2 b1, std::uint32_t* sums) {
+    const D64x2 d64;
+    // The sums of a and of b share 64-bit lanes, so that the same additions serve both.
+    const auto first = hn::Or(a0, hn::ShiftLeft<32>(b0)), second = hn::Or(a1, hn::ShiftLeft<32>(b1));
+    const auto both = hn::Add(hn::InterleaveLower(d64, first, second), hn::InterleaveUpper(d64, first, second));
+    const hn::Repartition<std::uint32_t, D64x2> d32;
+    hn::StoreU(hn::BitCast(d32, both), d32, sums);
+}
+
+/// first and second: where to find the blocks of that rank, in the lower half and in the upper one.
+HWY_INLINE void storeRing(const RingSums& first, const RingSums& second, std::int32_t* sads) {
+    std::uint32_t corners[4], others[4];
+    storeSums(lowerHalf(first.above), lowerHalf(first.below), upperHalf(second.above), upperHalf(second.below),
+              corners);
+    storeSums(lowerHalf(first.beside), lowerHalf(first.straight), upperHalf(second.beside), upperHalf(second.straight),
+              others);
+    const auto put = [sads](int i, std::uint32_t sum) { sads[i] = static_cast<std::int32_t>(sum); };
+    put(0, corners[0]), put(5, corners[1]), put(2, corners[2]), put(7, corners[3]);
+    put(3, others[0]), put(1, others[1]), put(4, others[2]), put(6, others[3]);
 }
 
 void ringSads(const std::uint8_t* cur, std::ptrdiff_t curStep, ConstViewU8 ref, int x, int y, std::int32_t* sads) {
-    // Three rows before and behind the block; as many columns as vectors at both ends of the filter touch.
-    constexpr int columns = 3 + 3 + (allColumnsAtOnce ? 15 : 8);
-    const ClampedWindow<columns, 14> window(ref, std::int64_t{x} - 3, std::int64_t{y} - 3, columns, 14);
+    // Three samples before the block and three behind it; vectors reach a little further right.
+    constexpr int columns = 3 + 16, rows = 3 + 8 + 3;
+    const ClampedWindow<columns, rows> window(ref, std::int64_t{x} - 3, std::int64_t{y} - 3, columns, rows);
     const std::ptrdiff_t step = window.view().step;
     const std::uint8_t* at = window.view().row(3) + 3;
 
     const CurrentBlock block(cur, curStep);
-    SideSads sides = sideSads(block, at - 1, step);
-    if constexpr (!allColumnsAtOnce) {
-        const D64x2 d64;
-        const SideSads right = sideSads(block, at, step);
-        sides = {hn::InterleaveLower(d64, sides.above, right.above),
-                 hn::InterleaveLower(d64, sides.beside, right.beside),
-                 hn::InterleaveLower(d64, sides.below, right.below)};
-    }
-    const V64x2 straight = straightSads(block, at, step);
-    const auto store = [sads](V64x2 v, int first, int second) HWY_ATTR {
-        std::uint64_t sums[2];
-        hn::StoreU(v, D64x2(), sums);
-        sads[first] = static_cast<std::int32_t>(sums[0]);
-        sads[second] = static_cast<std::int32_t>(sums[1]);
-    };
-    store(sides.above, 0, 2);
-    store(sides.beside, 3, 4);
-    store(sides.below, 5, 7);
-    store(straight, 6, 1);
+    const auto first = ringSums(block, at - step - 1, at - step, step);
+    storeRing(first, pairAtOnce ? first : ringSums(block, at - step, at, step), sads);
 }
 
 #endif  // HWY_TARGET == HWY_SCALAR

@@ -29,22 +29,33 @@ HWY_INLINE hn::Vec<D16> sixTapSum(D16 d16, const std::uint8_t* p, std::ptrdiff_t
     return sixTapSum(hn::Add(sample(0), sample(5)), hn::Add(sample(1), sample(4)), hn::Add(sample(2), sample(3)));
 }
 
-/// clip8((sum + 16) >> 5): the half sample of one filter.
-template <class D16, class V16 = hn::Vec<D16>>
-HWY_INLINE hn::Vec<hn::Rebind<std::uint8_t, D16>> halfSample(D16 d16, V16 sum) {
-    const hn::Rebind<std::uint8_t, D16> d8;
-    return hn::DemoteTo(d8, hn::ShiftRight<5>(hn::Add(sum, hn::Set(d16, std::int16_t{16}))));
+/// (sum + 16) >> 5, the half sample of one filter where 0 .. 255 holds it.
+template <class V16>
+HWY_INLINE V16 halfSampleUnclipped(V16 sum) {
+    const hn::DFromV<V16> d16;
+    return hn::ShiftRight<5>(hn::Add(sum, hn::Set(d16, std::int16_t{16})));
 }
 
-/// clip8((sum + 512) >> 10) of the six-tap sum over unrounded sums, given as pairs like in sixTapSum(): the half sample
-/// between four others. The sum is outer - 5 * middle + 20 * inner; its sixteenth comes of nested floors, which lose
-/// nothing. Only the addition that saturates can leave 16 bits, and the sample is then 0 or 255 in any case.
 template <class D16, class V16 = hn::Vec<D16>>
-HWY_INLINE hn::Vec<hn::Rebind<std::uint8_t, D16>> centreSample(D16 d16, V16 outer, V16 middle, V16 inner) {
-    const hn::Rebind<std::uint8_t, D16> d8;
+HWY_INLINE hn::Vec<hn::Rebind<std::uint8_t, D16>> halfSample(D16, V16 sum) {
+    return hn::DemoteTo(hn::Rebind<std::uint8_t, D16>(), halfSampleUnclipped(sum));
+}
+
+/// The half sample between four others: (sum + 512) >> 10 of the six-tap sum over unrounded sums, given as pairs like
+/// in sixTapSum(), where 0 .. 255 holds it; outside, a value on the same side. The sum is outer - 5 * middle + 20 *
+/// inner; its sixteenth comes of nested floors, which lose nothing. Only the addition that saturates can leave 16 bits,
+/// and the sample is then outside in any case.
+template <class V16>
+HWY_INLINE V16 centreSampleUnclipped(V16 outer, V16 middle, V16 inner) {
+    const hn::DFromV<V16> d16;
     const V16 quarter = hn::ShiftRight<2>(hn::Sub(outer, middle));
     const V16 sixteenth = hn::ShiftRight<2>(hn::SaturatedAdd(hn::Sub(quarter, middle), inner));
-    return hn::DemoteTo(d8, hn::ShiftRight<6>(hn::Add(hn::Add(sixteenth, inner), hn::Set(d16, std::int16_t{32}))));
+    return hn::ShiftRight<6>(hn::Add(hn::Add(sixteenth, inner), hn::Set(d16, std::int16_t{32})));
+}
+
+template <class D16, class V16 = hn::Vec<D16>>
+HWY_INLINE hn::Vec<hn::Rebind<std::uint8_t, D16>> centreSample(D16, V16 outer, V16 middle, V16 inner) {
+    return hn::DemoteTo(hn::Rebind<std::uint8_t, D16>(), centreSampleUnclipped(outer, middle, inner));
 }
 
 /// The same from six rows of sums, step values apart, the first at p.
