@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
+#include <limits>
+#include <tuple>
 
 #include "orvel/img/plane_access.h"
 #include "orvel/primitives/half_sample_ring.h"
@@ -16,18 +18,16 @@ constexpr int blockSide = 8;
 constexpr int goodEnough = 255;  // cost up to which a block is not refined
 constexpr int mostPasses = 8;    // of the large diamond
 
-constexpr tagPOINT largePattern[] = {{0, 2}, {-1, 1}, {-2, 0}, {-1, -1}, {0, -2}, {1, -1}, {2, 0}, {1, 1}};
-constexpr tagPOINT smallPattern[] = {{-1, 0}, {0, -1}, {1, 0}, {0, 1}};
+constexpr tagPOINT largeDiamond[] = {{0, 2}, {-1, 1}, {-2, 0}, {-1, -1}, {0, -2}, {1, -1}, {2, 0}, {1, 1}};
+constexpr tagPOINT smallDiamond[] = {{-1, 0}, {0, -1}, {1, 0}, {0, 1}};
 constexpr tagPOINT halfRing[] = {{-2, -2}, {0, -2}, {2, -2}, {-2, 0}, {2, 0}, {-2, 2}, {0, 2}, {2, 2}};
 
+/// How far a pattern reaches in any direction.
 template <std::size_t n>
-void fill(MVPredictors& list, const tagPOINT (&points)[n]) noexcept {
-    list.clear();
-    for (const tagPOINT& point : points) list.append(point);
-}
-
-tagPOINT sum(tagPOINT a, tagPOINT b) noexcept {
-    return {a.x + b.x, a.y + b.y};
+constexpr int reachOf(const tagPOINT (&points)[n]) noexcept {
+    int reach = 0;
+    for (const tagPOINT& p : points) reach = std::max({reach, p.x, -p.x, p.y, -p.y});
+    return reach;
 }
 
 int median(int a, int b, int c) noexcept {
@@ -36,6 +36,15 @@ int median(int a, int b, int c) noexcept {
 
 int length(tagPOINT v) noexcept {
     return std::abs(v.x) + std::abs(v.y);
+}
+
+/// @return whether a vector of that cost is better than best, which then has it.
+bool improve(MEBlockData& best, std::int32_t sad, tagPOINT v) noexcept {
+    if (sad > best.sad || (sad == best.sad && length(v) >= length({best.mvx, best.mvy}))) return false;
+    best.sad = sad;
+    best.mvx = v.x;
+    best.mvy = v.y;
+    return true;
 }
 
 /// The 8-bit luma plane; empty when there is none or it is not of that size.
@@ -56,17 +65,6 @@ bool MotionEstimateBlk<T>::init(MotionEstimateImgParams* params, MEData* data) n
     params_ = params;
     data_ = data;
     setImgs(nullptr, nullptr);
-    fill(largeDiamond_, largePattern);
-    fill(smallDiamond_, smallPattern);
-    const auto wasTried = [](tagPOINT p) {
-        const auto isP = [p](tagPOINT q) { return !MVPredictors::isNew(p, q); };
-        return isP({0, 0}) || std::any_of(std::begin(largePattern), std::end(largePattern), isP);
-    };
-    for (std::size_t k = 0; k < untriedAfter_.size(); ++k) {
-        untriedAfter_[k].clear();
-        for (const tagPOINT& point : largePattern)
-            if (!wasTried(sum(largePattern[k], point))) untriedAfter_[k].append(point);
-    }
     return true;
 }
 
@@ -90,19 +88,20 @@ bool MotionEstimateBlk<T>::setImgs(T* cur, T* ref) noexcept {
 template <class T>
 void MotionEstimateBlk<T>::process(int blk) noexcept {
     if (blk < 0 || blk >= blocks_) return;
+    const Place place = placeOf(blk);
     MEBlockData best;
     best.sad = MEBlockData::noCost;
-    getBestMVPredictor(best, blk);
-    getBestMVRefined(best, blk);
+    tryPredictors(best, place);
+    refine(best, place.pos);
     scaleMVstoQP(best);
-    doSubPelRefinement(best, blk);
+    if (params_->subPel) refineToHalves(best, place.pos);
     data_->setBlockData(best, blk);
 }
 
 template <class T>
-tagPOINT MotionEstimateBlk<T>::topLeft(int blk) const noexcept {
-    const int row = blk / params_->blkCols;
-    return {blockSide * (blk - row * params_->blkCols), blockSide * row};
+auto MotionEstimateBlk<T>::placeOf(int blk) const noexcept -> Place {
+    const int row = blk / params_->blkCols, col = blk - row * params_->blkCols;
+    return {blk, row, col, {blockSide * col, blockSide * row}};
 }
 
 template <class T>
@@ -111,94 +110,111 @@ tagPOINT MotionEstimateBlk<T>::wholeVector(int blk) const noexcept {
     return {found.mvx >> 2, found.mvy >> 2};
 }
 
-/// The predictors in order, each once. @return how many there are.
+/// Zero, the vectors of the neighbours, zero for those that do not exist, and their median.
 template <class T>
-int MotionEstimateBlk<T>::neighborVectors(PredictorSlots& list, int blk) const noexcept {
-    const int cols = params_->blkCols, row = blk / cols, col = blk - row * cols;
-    int n = 1;  // the first slot is (0, 0)
-    // A vector joins when it differs from the first slots; those not filled yet are (0, 0), which is there already, or
-    // repeat a vector that is.
-    const auto join = [&](tagPOINT v, int slots) {
-        bool isNew = true;
-        for (int i = 0; i < slots; ++i) isNew &= MVPredictors::isNew(v, list[static_cast<std::size_t>(i)]);
-        list[static_cast<std::size_t>(n)] = v;
-        n += isNew;
-    };
+auto MotionEstimateBlk<T>::neighborVectors(const Place& place) const noexcept -> PredictorSlots {
+    const int cols = params_->blkCols;
     tagPOINT left, top, topRight;
-    if (col >= 1) join(left = wholeVector(blk - 1), 1);
-    if (row >= 1) join(top = wholeVector(blk - cols), 2);
-    if (row >= 1 && col < cols - 1) join(topRight = wholeVector(blk - cols + 1), 3);
-    join({median(left.x, top.x, topRight.x), median(left.y, top.y, topRight.y)}, 4);
-    return n;
+    if (place.col >= 1) left = wholeVector(place.blk - 1);
+    if (place.row >= 1) top = wholeVector(place.blk - cols);
+    if (place.row >= 1 && place.col < cols - 1) topRight = wholeVector(place.blk - cols + 1);
+    return {tagPOINT{}, left, top, topRight,
+            tagPOINT{median(left.x, top.x, topRight.x), median(left.y, top.y, topRight.y)}};
 }
 
 template <class T>
 void MotionEstimateBlk<T>::getNeighborPreds(MVPredictors& list, int blk) const noexcept {
-    PredictorSlots slots{};
-    list.init(slots.data(), neighborVectors(slots, blk));
+    list.clear();
+    for (const tagPOINT& v : neighborVectors(placeOf(blk))) {
+        const auto points = list.points();
+        if (std::all_of(points.begin(), points.end(), [&](tagPOINT p) { return MVPredictors::isNew(v, p); }))
+            list.append(v);
+    }
 }
 
 template <class T>
 void MotionEstimateBlk<T>::getBestMVPredictor(MEBlockData& best, int blk) const noexcept {
-    PredictorSlots slots{};
-    const int n = neighborVectors(slots, blk);
-    tryCandidates({slots.data(), static_cast<std::size_t>(n)}, best, topLeft(blk));
+    tryPredictors(best, placeOf(blk));
+}
+
+/// A vector that comes a second time does not win. So they need not be distinct, four costing as much as two, and zero,
+/// which is always inside the picture, stands in for a vector that leads out of it.
+template <class T>
+void MotionEstimateBlk<T>::tryPredictors(MEBlockData& best, const Place& place) const noexcept {
+    const tagSIZE size{params_->width, params_->height};
+    PredictorSlots slots = neighborVectors(place);
+    const std::uint8_t* refs[std::tuple_size_v<PredictorSlots>];
+    std::int32_t sads[std::tuple_size_v<PredictorSlots>];
+    const bool allZero = (slots[1].x | slots[1].y | slots[2].x | slots[2].y | slots[3].x | slots[3].y) == 0;
+    bool medianIsNew = true;
+    for (std::size_t i = 1; i < 4; ++i) medianIsNew &= MVPredictors::isNew(slots[4], slots[i]);
+    const int n = allZero ? 1 : medianIsNew ? 5 : 4;
+    for (std::size_t i = 0; i < slots.size(); ++i) {
+        const bool inside = MVPredictors::validate(place.pos, size, slots[i]);
+        slots[i] = {inside ? slots[i].x : 0, inside ? slots[i].y : 0};
+        refs[i] = ref_.at(place.pos.x + slots[i].x, place.pos.y + slots[i].y);
+    }
+    sadList_(cur_.at(place.pos.x, place.pos.y), cur_.step, refs, ref_.step, n, sads);
+    for (int i = 0; i < n; ++i) improve(best, sads[i], slots[static_cast<std::size_t>(i)]);
 }
 
 template <class T>
 bool MotionEstimateBlk<T>::evaluateMVPredictors(MVPredictors candidates, MEBlockData& best, int blk) const noexcept {
-    return tryCandidates(candidates.points(), best, topLeft(blk)) >= 0;
+    return tryCandidates(candidates.points(), best, placeOf(blk).pos);
 }
 
-/// @return the index of the candidate that is best now, -1 when none was better than best.
+/// @return whether a candidate was better than best.
 template <class T>
-int MotionEstimateBlk<T>::tryCandidates(std::span<const tagPOINT> candidates, MEBlockData& best,
-                                        tagPOINT pos) const noexcept {
+bool MotionEstimateBlk<T>::tryCandidates(std::span<const tagPOINT> candidates, MEBlockData& best,
+                                         tagPOINT pos) const noexcept {
     const tagSIZE size{params_->width, params_->height};
-    const tagPOINT base{best.mvx, best.mvy};
     const std::uint8_t* refs[MVPredictors::capacity];
     std::int32_t sads[MVPredictors::capacity];
-    int which[MVPredictors::capacity], n = 0;
-    for (std::size_t i = 0; i < candidates.size(); ++i) {
-        const tagPOINT mv = sum(base, candidates[i]);
+    tagPOINT tried[MVPredictors::capacity];
+    int n = 0;
+    for (const tagPOINT& candidate : candidates) {
+        const tagPOINT mv{best.mvx + candidate.x, best.mvy + candidate.y};
         if (!MVPredictors::validate(pos, size, mv)) continue;
         refs[n] = ref_.at(pos.x + mv.x, pos.y + mv.y);
-        which[n++] = static_cast<int>(i);
+        tried[n++] = mv;
     }
-    if (n == 0) return -1;
+    if (n == 0) return false;
     sadList_(cur_.at(pos.x, pos.y), cur_.step, refs, ref_.step, n, sads);
+    bool improved = false;
+    for (int k = 0; k < n; ++k) improved |= improve(best, sads[k], tried[k]);
+    return improved;
+}
 
-    int winner = -1;
-    for (int k = 0; k < n; ++k) {
-        if (sads[k] > best.sad) continue;
-        const tagPOINT mv = sum(base, candidates[static_cast<std::size_t>(which[k])]);
-        if (sads[k] == best.sad && length(mv) >= length({best.mvx, best.mvy})) continue;
-        best.sad = sads[k];
-        best.mvx = mv.x;
-        best.mvy = mv.y;
-        winner = which[k];
-    }
-    return winner;
+/// tryCandidates() for a pattern around best's vector, faster where all of it lies inside the picture.
+template <class T>
+template <const auto& pattern>
+bool MotionEstimateBlk<T>::tryPattern(MEBlockData& best, tagPOINT pos) const noexcept {
+    constexpr std::size_t n = std::size(pattern);
+    constexpr int reach = reachOf(pattern);
+    const int x = pos.x + best.mvx, y = pos.y + best.mvy;
+    if (x < reach || y < reach || x + blockSide + reach > params_->width || y + blockSide + reach > params_->height)
+        return tryCandidates(pattern, best, pos);
+    const std::uint8_t* refs[n];
+    std::int32_t sads[n];
+    for (std::size_t i = 0; i < n; ++i) refs[i] = ref_.at(x + pattern[i].x, y + pattern[i].y);
+    sadList_(cur_.at(pos.x, pos.y), cur_.step, refs, ref_.step, static_cast<int>(n), sads);
+    const tagPOINT base{best.mvx, best.mvy};
+    bool improved = false;
+    for (std::size_t i = 0; i < n; ++i)
+        improved |= improve(best, sads[i], {base.x + pattern[i].x, base.y + pattern[i].y});
+    return improved;
 }
 
 template <class T>
 void MotionEstimateBlk<T>::getBestMVRefined(MEBlockData& best, int blk) const noexcept {
-    const tagPOINT pos = topLeft(blk);
-    // A vector that lost once loses again, since best only gets better: later passes try what is new to them.
-    std::span<const tagPOINT> pattern = largeDiamond_.points();
-    for (int pass = 0; pass < mostPasses && best.sad > goodEnough; ++pass) {
-        const int move = tryCandidates(pattern, best, pos);
-        if (move < 0) break;
-        pattern = untriedAfter(pattern[static_cast<std::size_t>(move)]).points();
-    }
-    if (best.sad > goodEnough) tryCandidates(smallDiamond_.points(), best, pos);
+    refine(best, placeOf(blk).pos);
 }
 
 template <class T>
-const MVPredictors& MotionEstimateBlk<T>::untriedAfter(tagPOINT move) const noexcept {
-    std::size_t k = 0;
-    while (MVPredictors::isNew(largePattern[k], move)) ++k;
-    return untriedAfter_[k];
+void MotionEstimateBlk<T>::refine(MEBlockData& best, tagPOINT pos) const noexcept {
+    for (int pass = 0; pass < mostPasses && best.sad > goodEnough; ++pass)
+        if (!tryPattern<largeDiamond>(best, pos)) break;
+    if (best.sad > goodEnough) tryPattern<smallDiamond>(best, pos);
 }
 
 template <class T>
@@ -214,17 +230,24 @@ void MotionEstimateBlk<T>::doSubPelRefinement(MEBlockData& best, int blk) const 
 
 template <class T>
 void MotionEstimateBlk<T>::blkSearchSPel(MEBlockData& best, int blk) const noexcept {
-    if (best.sad == 0) return;  // nothing is lower
-    const MEBlockData centre = best;
+    if (refineToHalves(best, placeOf(blk).pos)) data_->setBlockData(best, blk);
+}
+
+/// @return whether a neighbour was better than best.
+template <class T>
+bool MotionEstimateBlk<T>::refineToHalves(MEBlockData& best, tagPOINT pos) const noexcept {
+    if (best.sad == 0) return false;  // nothing is lower
     std::int32_t sads[std::size(halfRing)];
-    ringCosts(centre, topLeft(blk), sads);
-    for (std::size_t i = 0; i < std::size(halfRing); ++i) {
-        if (sads[i] >= best.sad) continue;
-        best.sad = sads[i];
-        best.mvx = centre.mvx + halfRing[i].x;
-        best.mvy = centre.mvy + halfRing[i].y;
-    }
-    if (best.sad < centre.sad) data_->setBlockData(best, blk);
+    ringCosts(best, pos, sads);
+    std::int32_t least = std::numeric_limits<std::int32_t>::max();  // the lowest cost, and the first place that has it
+    for (std::size_t i = 0; i < std::size(halfRing); ++i)
+        least = std::min(least, sads[i] << 4 | static_cast<std::int32_t>(i));
+    if (least >> 4 >= best.sad) return false;
+    const tagPOINT& neighbour = halfRing[least & 15];
+    best.sad = least >> 4;
+    best.mvx += neighbour.x;
+    best.mvy += neighbour.y;
+    return true;
 }
 
 template <class T>

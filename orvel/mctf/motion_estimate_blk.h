@@ -70,11 +70,21 @@ private:
     using RingSads = void (*)(const std::uint8_t* cur, std::ptrdiff_t curStep,
                               primitives::PlaneView<const std::uint8_t> ref, int x, int y, std::int32_t* sads);
 
-    tagPOINT topLeft(int blk) const noexcept;
+    /// Where a block stands: its number, its place in the grid, and its top left sample.
+    struct Place {
+        int blk, row, col;
+        tagPOINT pos;
+    };
+
+    Place placeOf(int blk) const noexcept;
     tagPOINT wholeVector(int blk) const noexcept;
-    int neighborVectors(PredictorSlots& list, int blk) const noexcept;
-    int tryCandidates(std::span<const tagPOINT> candidates, MEBlockData& best, tagPOINT pos) const noexcept;
-    const MVPredictors& untriedAfter(tagPOINT move) const noexcept;
+    PredictorSlots neighborVectors(const Place& place) const noexcept;
+    void tryPredictors(MEBlockData& best, const Place& place) const noexcept;
+    bool tryCandidates(std::span<const tagPOINT> candidates, MEBlockData& best, tagPOINT pos) const noexcept;
+    template <const auto& pattern>
+    bool tryPattern(MEBlockData& best, tagPOINT pos) const noexcept;
+    void refine(MEBlockData& best, tagPOINT pos) const noexcept;
+    bool refineToHalves(MEBlockData& best, tagPOINT pos) const noexcept;
     void ringCosts(const MEBlockData& centre, tagPOINT pos, std::int32_t* sads) const noexcept;
 
     MotionEstimateImgParams* params_ = nullptr;
@@ -83,9 +93,6 @@ private:
     Samples cur_, ref_;
     SadList sadList_ = nullptr;  // the primitives of this machine
     RingSads ringSads_ = nullptr;
-    MVPredictors largeDiamond_, smallDiamond_;
-    /// After a move to point k of the large diamond: those of its points that the diamond before has not tried.
-    std::array<MVPredictors, 8> untriedAfter_;
 };
 
 extern template class MotionEstimateBlk<I420Img>;

@@ -15,6 +15,7 @@ public:
         columns_ = columns;
         // A report from core to core takes as long as a block: several columns share one.
         stride_ = std::clamp(columns / 8, 1, 16);
+        nextReport_ = stride_;
         aboveDone_ = above == nullptr ? columns : 0;
         done_.store(0, std::memory_order_relaxed);
     }
@@ -28,7 +29,8 @@ public:
     /// Makes the blocks up to this column, this one included, known to the row below, at the latest with the last one.
     void finish(int column) noexcept {
         const int done = column + 1;
-        if (done % stride_ != 0 && done != columns_) return;
+        if (done < nextReport_ && done != columns_) return;
+        nextReport_ = done + stride_;
         done_.store(done);
         done_.notify_one();
     }
@@ -54,7 +56,8 @@ private:
     // What only the row's own thread uses lies apart from that.
     alignas(cacheLine) const RowTask* above_ = nullptr;
     int columns_ = 0;
-    int stride_ = 1;     // columns from one report to the next
+    int stride_ = 1;  // columns from one report to the next
+    int nextReport_ = 1;
     int aboveDone_ = 0;  // columns the row above is known to have finished
 };
 

@@ -33,7 +33,7 @@ public:
     /// True when the 8x8 block at pos, displaced by mv whole samples, lies wholly inside a picture of that size.
     static bool validate(tagPOINT pos, tagSIZE size, tagPOINT mv) noexcept {
         const std::int64_t x = std::int64_t{pos.x} + mv.x, y = std::int64_t{pos.y} + mv.y;
-        return y >= 0 && y + 8 <= size.cy && x >= 0 && x + 8 <= size.cx;
+        return (x | y | (size.cx - 8 - x) | (size.cy - 8 - y)) >= 0;  // none of them is negative
     }
     /// sad = sum of absolute differences of two 8x8 blocks with their row steps.
     /// @return false, with sad untouched, when a block is null.
