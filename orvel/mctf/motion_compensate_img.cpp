@@ -2,6 +2,7 @@
 
 #include <tbb/blocked_range.h>
 
+#include <algorithm>
 #include <cstddef>
 
 #include "orvel/img/parallel_rows.h"
@@ -9,19 +10,13 @@
 #include "orvel/mctf/block_grid.h"
 #include "orvel/mctf/motion_overlay.h"
 #include "orvel/primitives/fill.h"
-#include "orvel/primitives/interpolate_chroma.h"
-#include "orvel/primitives/interpolate_luma.h"
+#include "orvel/primitives/predict_blocks.h"
 
 namespace Orvel {
 namespace {
 
 using primitives::ConstViewU8;
 using primitives::ViewU8;
-
-/// One block of a plane, side x side samples.
-ViewU8 blockOf(const ViewU8& plane, int side, int row, int col) noexcept {
-    return {plane.row(row * side) + std::ptrdiff_t{col} * side, plane.step, side, side};
-}
 
 /// Predicts rows of blocks.
 class CCompensateBlocks {
@@ -38,18 +33,30 @@ public:
 
     void operator()(const tbb::blocked_range<int>& rows) const {
         for (int row = rows.begin(); row < rows.end(); ++row)
-            for (int col = 0; col < grid_.cols; ++col) {
-                const MEBlockData block = data_.getBlockData(row * grid_.cols + col);
-                require(primitives::interpolateLuma(refY_, 8 * col, 8 * row, block.mvx, block.mvy,
-                                                    blockOf(dstY_, 8, row, col)),
-                        "ippiInterpolateLumaBlock_H264_8u_P1R failed");
-                require(primitives::interpolateChroma(refU_, refV_, 4 * col, 4 * row, block.mvx >> 1, block.mvy >> 1,
-                                                      blockOf(dstU_, 4, row, col), blockOf(dstV_, 4, row, col)),
-                        "ippiInterpolateChromaBlock_H264_8u_P2R failed");
-            }
+            for (int first = 0; first < grid_.cols; first += blocksAtOnce)
+                predict(row, first, std::min(blocksAtOnce, grid_.cols - first));
     }
 
 private:
+    static constexpr int blocksAtOnce = 128;
+
+    void predict(int row, int first, int count) const {
+        primitives::BlockVector luma[blocksAtOnce], chroma[blocksAtOnce];
+        for (int i = 0; i < count; ++i) {
+            const MEBlockData block = data_.getBlockData(row * grid_.cols + first + i);
+            luma[i] = {block.mvx, block.mvy};
+            chroma[i] = {block.mvx >> 1, block.mvy >> 1};
+        }
+        const auto n = static_cast<std::size_t>(count);
+        const auto run = [&](const ViewU8& plane, int side) {
+            return ViewU8{plane.row(row * side) + std::ptrdiff_t{first} * side, plane.step, count * side, side};
+        };
+        require(primitives::predictLuma(refY_, 8 * first, 8 * row, {luma, n}, run(dstY_, 8)),
+                "ippiInterpolateLumaBlock_H264_8u_P1R failed");
+        require(primitives::predictChroma(refU_, refV_, 4 * first, 4 * row, {chroma, n}, run(dstU_, 4), run(dstV_, 4)),
+                "ippiInterpolateChromaBlock_H264_8u_P2R failed");
+    }
+
     ViewU8 dstY_, dstU_, dstV_;
     ConstViewU8 refY_, refU_, refV_;
     const MEData& data_;

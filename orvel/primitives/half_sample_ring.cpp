@@ -9,8 +9,7 @@
 #include <hwy/foreach_target.h>  // re-includes this file once per target
 #include <hwy/highway.h>
 #include "orvel/primitives/byte_differences_inl.h"
-#include "orvel/primitives/byte_products_inl.h"
-#include "orvel/primitives/luma_filter_inl.h"
+#include "orvel/primitives/luma_halves_inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
@@ -33,68 +32,10 @@ void ringSads(const std::uint8_t* cur, std::ptrdiff_t curStep, ConstViewU8 ref, 
 // holds a row of both blocks of a pair, one in each half, or two rows when they have become bytes again. Shorter
 // vectors hold one block, and the other one is made in a second turn.
 
-using D8 = hn::CappedTag<std::uint8_t, ORVEL_BYTE_PRODUCTS ? 32 : 16>;
-using D8x16 = hn::Full128<std::uint8_t>;
-using D8Signed = hn::Repartition<std::int8_t, D8>;
-using D16 = hn::Repartition<std::int16_t, D8>;
 using D64 = hn::Repartition<std::uint64_t, D8>;
 using D64x2 = hn::Full128<std::uint64_t>;
-using V8 = hn::Vec<D8>;
-using V16 = hn::Vec<D16>;
 using V64 = hn::Vec<D64>;
 using V64x2 = hn::Vec<D64x2>;
-constexpr bool pairAtOnce = hn::MaxLanes(D8()) == 32;
-
-/// A vector of those halves; just the first one where vectors are short.
-template <class D>
-HWY_INLINE hn::Vec<D> fromHalves(D d, hn::Vec<D8x16> lower, hn::Vec<D8x16> upper) {
-    if constexpr (pairAtOnce)
-        return hn::Combine(d, upper, lower);
-    else
-        return lower;
-}
-
-template <class V>
-HWY_INLINE V64x2 lowerHalf(V v) {
-    if constexpr (pairAtOnce)
-        return hn::LowerHalf(D64x2(), v);
-    else
-        return v;
-}
-
-template <class V>
-HWY_INLINE V64x2 upperHalf(V v) {
-    if constexpr (pairAtOnce)
-        return hn::UpperHalf(D64x2(), v);
-    else
-        return v;
-}
-
-/// 16 samples of each block: from `at` on, and from `at + apart` on.
-HWY_INLINE V8 loadSamples(const std::uint8_t* at, std::ptrdiff_t apart) {
-    return fromHalves(D8(), hn::LoadU(D8x16(), at), hn::LoadU(D8x16(), at + apart));
-}
-
-/// The filter's sums; the arguments hold samples 0 and 1, 2 and 3, 4 and 5 of the six side by side.
-HWY_INLINE V16 sixTapSumOfPairs(V8 first, V8 middle, V8 last) {
-    const hn::Repartition<std::uint16_t, D8> d;
-    const auto weights = [d](int low, int high) HWY_ATTR {
-        return hn::BitCast(D8Signed(), hn::Set(d, static_cast<std::uint16_t>((high & 255) << 8 | (low & 255))));
-    };
-    const V16 ends = hn::Add(sumPairProducts(first, weights(1, -5)), sumPairProducts(last, weights(-5, 1)));
-    return hn::Add(ends, sumPairProducts(middle, weights(20, 20)));
-}
-
-/// The filter along a row: the first sum is over the first six samples, and so on.
-HWY_INLINE V16 sumsAlongRow(V8 samples) {
-    HWY_ALIGN static constexpr std::uint8_t neighbours[32] = {0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8,
-                                                              0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8};
-    const V8 pairs = hn::Load(D8(), neighbours);
-    const auto from = [&](int i) HWY_ATTR {
-        return hn::TableLookupBytes(samples, hn::Add(pairs, hn::Set(D8(), static_cast<std::uint8_t>(i))));
-    };
-    return sixTapSumOfPairs(from(0), from(2), from(4));
-}
 
 /// The block that is compared, two rows in each half of a vector.
 struct CurrentBlock {
