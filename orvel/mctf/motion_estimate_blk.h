@@ -2,7 +2,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 #include "orvel/img/i420_img.h"
 #include "orvel/mctf/me_data.h"
@@ -15,7 +14,9 @@ namespace Orvel {
 namespace primitives {
 template <class>
 struct PlaneView;
-}
+struct BlockSearch;
+struct SearchedBlock;
+}  // namespace primitives
 
 /// Finds, block by block, where the 8x8 luma blocks of the current picture come from in a reference picture: the best
 /// of the vectors found for the neighbours, refined by a diamond search on whole samples and by one ring of half
@@ -58,15 +59,13 @@ protected:
     static void scaleMVstoQP(MEBlockData& best) noexcept;
 
 private:
-    using PredictorSlots = std::array<tagPOINT, 5>;
+    using Predictors = std::array<tagPOINT, 4>;
 
     struct Samples {
         const std::uint8_t* base = nullptr;
         std::ptrdiff_t step = 0;
         const std::uint8_t* at(std::ptrdiff_t x, std::ptrdiff_t y) const noexcept { return base + y * step + x; }
     };
-    using SadList = void (*)(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t* const* refs,
-                             std::ptrdiff_t refStep, int n, std::int32_t* sads);
     using RingSads = void (*)(const std::uint8_t* cur, std::ptrdiff_t curStep,
                               primitives::PlaneView<const std::uint8_t> ref, int x, int y, std::int32_t* sads);
 
@@ -78,12 +77,8 @@ private:
 
     Place placeOf(int blk) const noexcept;
     tagPOINT wholeVector(int blk) const noexcept;
-    PredictorSlots neighborVectors(const Place& place) const noexcept;
-    void tryPredictors(MEBlockData& best, const Place& place) const noexcept;
-    bool tryCandidates(std::span<const tagPOINT> candidates, MEBlockData& best, tagPOINT pos) const noexcept;
-    template <const auto& pattern>
-    bool tryPattern(MEBlockData& best, tagPOINT pos) const noexcept;
-    void refine(MEBlockData& best, tagPOINT pos) const noexcept;
+    Predictors neighborVectors(const Place& place) const noexcept;
+    primitives::SearchedBlock searchedBlock(const Place& place) const noexcept;
     bool refineToHalves(MEBlockData& best, tagPOINT pos) const noexcept;
     void ringCosts(const MEBlockData& centre, tagPOINT pos, std::int32_t* sads) const noexcept;
 
@@ -91,7 +86,7 @@ private:
     MEData* data_ = nullptr;
     int blocks_ = 0;  // that may be searched: 0 without pictures
     Samples cur_, ref_;
-    SadList sadList_ = nullptr;  // the primitives of this machine
+    const primitives::BlockSearch* search_ = nullptr;  // the primitives of this machine
     RingSads ringSads_ = nullptr;
 };
 

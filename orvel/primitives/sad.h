@@ -14,7 +14,7 @@ Status sad8x8(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_
 /// sads[i] = the same for the block cur against each of the n blocks refs[i], which share a step.
 using Sad8x8List = void (*)(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t* const* refs,
                             std::ptrdiff_t refStep, int n, std::int32_t* sads);
-/// The form of it for this machine. A search asks once and calls it for every block: choosing costs as much as a block.
+/// The form of it for this machine, to be asked for once: choosing costs as much as a block.
 Sad8x8List sad8x8List() noexcept;
 
 }  // namespace Orvel::primitives
