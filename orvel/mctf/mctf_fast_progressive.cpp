@@ -5,7 +5,6 @@
 #include "orvel/img/img_kernels.h"
 #include "orvel/img/parallel_rows.h"
 #include "orvel/mctf/block_grid.h"
-#include "orvel/mctf/map_me_data.h"
 
 namespace Orvel {
 
@@ -85,9 +84,7 @@ bool MCTFFastProgressive<T>::filterPicture(T& out, T& cur, T& ref) {
     MEData* motion = this->motionEstimate_.getMEData();
     motionCompensate_.setRefPic(&ref);
     if (!motionCompensate_.process(&prediction_, motion, false)) return false;
-    if (!parallelRows(picData_.blkRows(), MapMEData(picData_, *motion))) return false;
-    if (!picData_.calculatePictureActivity() || !picData_.calculatePictureBlockiness(prediction_)) return false;
-    if (!picData_.filterPic(out, prediction_, this->params_.strength, prevNoise_)) return false;
+    if (!picData_.measureAndFilter(out, prediction_, *motion, this->params_.strength, prevNoise_)) return false;
     prevNoise_ = picData_.getNoiseFigure();
     writeBack_ = (writeBack_ + 1) % 2;
     return writeBack_ == 0 || writeBack(out, cur);

@@ -10,6 +10,7 @@
 
 #include "orvel/img/parallel_rows.h"
 #include "orvel/mctf/block_grid.h"
+#include "orvel/mctf/map_me_data.h"
 #include "orvel/img/require.h"
 #include "orvel/primitives/block_statistics.h"
 #include "orvel/primitives/fill.h"
@@ -208,11 +209,15 @@ std::span<const BlockData> PicData::blockRow(int row) const noexcept {
     return const_cast<PicData*>(this)->blockRow(row);
 }
 
+void PicData::setActivity(std::int64_t sum) noexcept {
+    activity_ = static_cast<std::int32_t>(std::min<std::int64_t>(sum, std::numeric_limits<std::int32_t>::max()));
+}
+
 bool PicData::calculatePictureActivity() {
     if (blocks_ == nullptr || !isPictureOf(*this, width_, height_)) return false;
     std::atomic<std::int64_t> total{0};
     if (!parallelRows(blkRows_, CalcPicActivity(*this, total))) return false;
-    activity_ = static_cast<std::int32_t>(std::min<std::int64_t>(total, std::numeric_limits<std::int32_t>::max()));
+    setActivity(total);
     return true;
 }
 
@@ -232,18 +237,56 @@ int PicData::calculateFilterStrength(int base, float noise) noexcept {
     return std::clamp(level, 0, primitives::temporalBlendLevels - 1);
 }
 
-bool PicData::filterPic(I420Img& out, I420Img& pred, int base, float noise) {
-    if (blocks_ == nullptr || !isPictureOf(*this, width_, height_) || !isPictureOf(out, width_, height_) ||
-        !isPictureOf(pred, width_, height_) || !samePlaneSizes(*this, out))
-        return false;
+bool PicData::fits(const Img& out, const Img& pred) const noexcept {
+    return blocks_ != nullptr && isPictureOf(*this, width_, height_) && isPictureOf(out, width_, height_) &&
+           isPictureOf(pred, width_, height_) && samePlaneSizes(*this, out);
+}
+
+void PicData::setStrength(int base, float noise) noexcept {
     strength_ = calculateFilterStrength(base, noise);
     chromaBase_ = base;
+}
+
+void PicData::copyBelowBlocks(I420Img& out) const {
     const BlockGrid grid{blkCols_, blkRows_};
-    if (!parallelRows(blkRows_, FilterPic(*this, out, pred, grid, {strength_, chromaBase_}))) return false;
     for (int p = 0; p < 3; ++p)
         if (const auto strip = grid.below(planeView<const std::uint8_t>(*this, p), p); strip.valid())
             static_cast<void>(primitives::copy(strip, grid.below(planeView<std::uint8_t>(out, p), p)));
+}
+
+bool PicData::filterPic(I420Img& out, I420Img& pred, int base, float noise) {
+    if (!fits(out, pred)) return false;
+    setStrength(base, noise);
+    if (!parallelRows(blkRows_, FilterPic(*this, out, pred, {blkCols_, blkRows_}, {strength_, chromaBase_})))
+        return false;
+    copyBelowBlocks(out);
     return calculatePictureNoise();
+}
+
+bool PicData::measureAndFilter(I420Img& out, I420Img& pred, const MEData& motion, int base, float noise) {
+    if (!fits(out, pred) || motion.numBlocks() < std::int64_t{blkCols_} * blkRows_) return false;
+    setStrength(base, noise);
+    const BlockGrid grid{blkCols_, blkRows_};
+    std::atomic<std::int64_t> activity{0};
+    const MapMEData map(*this, motion);
+    const CalcPicActivity measureActivity(*this, activity);
+    const CalcBlockiness measureBlockiness(*this, pred, grid);
+    const FilterPic blend(*this, out, pred, grid, {strength_, chromaBase_});
+    const auto allSteps = [&](const Rows& rows) {
+        for (int row = rows.begin(); row < rows.end(); ++row) {
+            const Rows one(row, row + 1);
+            map(one);
+            measureActivity(one);
+            measureBlockiness(one);
+            blend(one);
+            measureNoise(row);
+        }
+    };
+    if (!parallelRows(blkRows_, allSteps)) return false;
+    setActivity(activity);
+    copyBelowBlocks(out);
+    noise_ = noiseOfBusyBlocks();
+    return true;
 }
 
 bool PicData::xCalcBlockNoise(int row) {
@@ -261,11 +304,14 @@ bool PicData::xCalcBlockNoise(int row) {
     return measured;
 }
 
+void PicData::measureNoise(int row) {
+    if (!xCalcBlockNoise(row)) throw std::runtime_error("blockFineStructure failed");
+}
+
 bool PicData::calculatePictureNoise() {
     if (blocks_ == nullptr || !isPictureOf(*this, width_, height_)) return false;
     const auto rowsOfBlocks = [this](const Rows& rows) {
-        for (int row = rows.begin(); row < rows.end(); ++row)
-            if (!xCalcBlockNoise(row)) throw std::runtime_error("blockFineStructure failed");
+        for (int row = rows.begin(); row < rows.end(); ++row) measureNoise(row);
     };
     if (!parallelRows(blkRows_, rowsOfBlocks)) return false;
     noise_ = noiseOfBusyBlocks();

@@ -9,6 +9,8 @@
 
 namespace Orvel {
 
+class MEData;
+
 /// A picture with what the temporal filter measures of its blocks, and the filter's blend.
 ///
 /// allocateBlocks() gives it the block records; its pixels are usually a view of somebody else's picture
@@ -16,9 +18,9 @@ namespace Orvel {
 /// luma blocks; strips narrower than a block belong to none.
 ///
 /// The order of a picture: map the motion into the records (MapMEData), calculatePictureActivity(),
-/// calculatePictureBlockiness(), filterPic(). Rows of blocks run in parallel on all cores; all sums are exact, so
-/// results never depend on that. Operations return false, with nothing changed, without blocks or with pictures of
-/// another size.
+/// calculatePictureBlockiness(), filterPic(); measureAndFilter() does all four. Rows of blocks run in parallel on all
+/// cores; all sums are exact, so results never depend on that. Operations return false, with nothing changed, without
+/// blocks or with pictures of another size.
 class ORVEL_API PicData : public I420Img {
 public:
     /// Without pixels and blocks. Throws std::bad_alloc.
@@ -51,6 +53,10 @@ public:
     /// @param noise the noise figure of the picture before.
     /// @return false also when the planes of out have other sizes than this picture's.
     [[nodiscard]] bool filterPic(I420Img& out, I420Img& pred, int base, float noise);
+    /// All of the above in one pass over the rows, each of them while it is in the caches: maps the motion, measures
+    /// activity and blockiness, and does what filterPic() does.
+    /// @return false also when motion has fewer blocks.
+    [[nodiscard]] bool measureAndFilter(I420Img& out, I420Img& pred, const MEData& motion, int base, float noise);
     /// Measures the noise of every block and from that, over the blocks that are not almost flat, the noise figure.
     [[nodiscard]] bool calculatePictureNoise();
     /// Measures the noise of the blocks in one row of the grid. It is the smaller one of what the motion match left and
@@ -64,6 +70,11 @@ public:
     std::int32_t getChromaBase() const noexcept { return chromaBase_; }
 
 private:
+    bool fits(const Img& out, const Img& pred) const noexcept;
+    void setActivity(std::int64_t sum) noexcept;
+    void setStrength(int base, float noise) noexcept;
+    void copyBelowBlocks(I420Img& out) const;
+    void measureNoise(int row);
     float noiseOfBusyBlocks() const noexcept;
 
     std::unique_ptr<BlockData[]> blocks_;
