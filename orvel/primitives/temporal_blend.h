@@ -10,11 +10,10 @@ namespace Orvel::primitives {
 /// Levels at which temporalBlend() mixes: 0 keeps the current sample, 7 is the strongest.
 inline constexpr int temporalBlendLevels = 8;
 
-/// One row of square blocks of a picture, mixed with its prediction; the views have as many rows as the side of a block
-/// (4, 8, .. 256), and
-/// levels (below temporalBlendLevels, else badArgument) has an entry for every block. dst may be one of the sources;
-/// columns behind the last block are left alone. badSize: the views differ in size or are narrower than the blocks, or
-/// there are no blocks of that side.
+/// One row of square blocks of a picture, mixed with its prediction; the views have as many rows as the side of a
+/// block, 4 or 8, and levels (below temporalBlendLevels, else badArgument) has an entry for every block. dst may be one
+/// of the sources; columns behind the last block are left alone. badSize: the views differ in size or are narrower than
+/// the blocks, or there are no blocks of that side.
 ///
 /// With c the current sample, p the predicted one and w the share of the picture, out of 256, that the difference |c -
 /// p| has at the level, the result is
