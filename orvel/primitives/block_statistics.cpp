@@ -8,6 +8,7 @@
 #define HWY_TARGET_INCLUDE "orvel/primitives/block_statistics.cpp"
 #include <hwy/foreach_target.h>  // re-includes this file once per target
 #include <hwy/highway.h>
+#include "orvel/primitives/byte_differences_inl.h"
 #include "orvel/primitives/row_loop_inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -60,11 +61,6 @@ void raiseToRowEdges(ConstViewU8 grid, int row, int count, std::int32_t* steps) 
 
 #else
 
-template <class V>
-HWY_INLINE V absDifference(V a, V b) {
-    return hn::Or(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a));
-}
-
 /// Calls body(d, x) for x = 0, .. with whole vectors of T, then with vectors of 8 lanes; width is a multiple of 8.
 template <class T, class Body>
 HWY_INLINE void forEachEight(int width, const Body& body) {
@@ -79,17 +75,17 @@ HWY_INLINE void forEachEight(int width, const Body& body) {
 void activityOfBlocks(ConstViewU8 blocks, std::int32_t* activity, int count) {
     forEachEight<std::uint8_t>(8 * count, [&](auto d, int x) HWY_ATTR {
         const hn::Repartition<std::uint64_t, decltype(d)> d64;  // a lane for each block
-        const auto sumOf = [&](const auto& term) HWY_ATTR {
+        const auto sumOfDifferencesFrom = [&](auto value) HWY_ATTR {
             auto sum = hn::Zero(d64);
-            for (int y = 0; y < 8; ++y) sum = hn::Add(sum, hn::SumsOf8(term(hn::LoadU(d, blocks.row(y) + x))));
+            for (int y = 0; y < 8; ++y) sum = hn::Add(sum, sumsOf8Differences(hn::LoadU(d, blocks.row(y) + x), value));
             return sum;
         };
-        const auto sum = sumOf([](auto s) HWY_ATTR { return s; });
+        const auto sum = sumOfDifferencesFrom(hn::Zero(d));
         auto mean = hn::ShiftRight<6>(hn::Add(sum, hn::Set(d64, 32)));
         mean = hn::Or(mean, hn::ShiftLeft<8>(mean));
         mean = hn::Or(mean, hn::ShiftLeft<16>(mean));
         const auto means = hn::BitCast(d, hn::Or(mean, hn::ShiftLeft<32>(mean)));
-        const auto result = sumOf([means](auto s) HWY_ATTR { return absDifference(s, means); });
+        const auto result = sumOfDifferencesFrom(means);
         HWY_ALIGN std::uint64_t lanes[hn::MaxLanes(d64)];
         hn::Store(result, d64, lanes);
         for (std::size_t i = 0; i < hn::Lanes(d64); ++i)
@@ -121,15 +117,15 @@ void fineStructureOfBlocks(ConstViewU8 blocks, std::int32_t* structure, int coun
     });
 }
 
-/// Sums of side neighbouring samples, each in the first of its side / 4 lanes of 32 bits.
+/// Sums of the differences of side neighbouring samples, each in the first of its side / 4 lanes of 32 bits.
 template <int side, class V, class D = hn::DFromV<V> >
-HWY_INLINE auto sumsOfSide(V v) {
+HWY_INLINE auto sumsOfSide(V a, V b) {
     const hn::Repartition<std::int32_t, D> d32;
     if constexpr (side == 8) {
-        return hn::BitCast(d32, hn::SumsOf8(v));
+        return hn::BitCast(d32, sumsOf8Differences(a, b));
     } else {
         const hn::Repartition<std::uint16_t, D> d16;
-        const auto pairs = hn::BitCast(d16, v);
+        const auto pairs = hn::BitCast(d16, absDifference(a, b));
         const auto sums = hn::BitCast(d32, hn::Add(hn::And(pairs, hn::Set(d16, 255)), hn::ShiftRight<8>(pairs)));
         return hn::Add(hn::And(sums, hn::Set(d32, 0xFFFF)), hn::ShiftRight<16>(sums));
     }
@@ -142,7 +138,7 @@ void raiseToRowEdges(ConstViewU8 grid, int row, int count, std::int32_t* steps) 
     const auto runOf = [&](auto d, int x) HWY_ATTR {
         const hn::Repartition<std::int32_t, decltype(d)> d32;
         const auto lines = [&](int y) HWY_ATTR {  // between the rows y and y + 1
-            return sumsOfSide<side>(absDifference(hn::LoadU(d, grid.row(y) + x), hn::LoadU(d, grid.row(y + 1) + x)));
+            return sumsOfSide<side>(hn::LoadU(d, grid.row(y) + x), hn::LoadU(d, grid.row(y + 1) + x));
         };
         const auto measure = [&](int across, int inside, int furtherInside) HWY_ATTR {
             return hn::Sub(lines(across), hn::ShiftLeft<1>(hn::Max(lines(inside), lines(furtherInside))));
@@ -162,16 +158,15 @@ void raiseToRowEdges(ConstViewU8 grid, int row, int count, std::int32_t* steps) 
 
 #endif
 
-/// sums[i] = sum over the rows of |s(x + i) - s(x + i + 1)|.
-HWY_INLINE void columnDifferences(ConstViewU8 rows, int x, int count, std::uint16_t* sums) {
-    forEachRun<std::uint16_t>(count, [&](auto d, int i) HWY_ATTR {
+/// sums[i] = sum over side rows of |s(x + i) - s(x + i + 1)|.
+template <int side>
+HWY_INLINE void columnDifferences(const ConstViewU8& rows, int x, int count, std::int16_t* sums) {
+    forEachRun<std::int16_t>(count, [&](auto d, int i) HWY_ATTR {
         const hn::Rebind<std::uint8_t, decltype(d)> d8;
         auto sum = hn::Zero(d);
-        for (int y = 0; y < rows.height; ++y) {
+        for (int y = 0; y < side; ++y) {
             const std::uint8_t* p = rows.row(y) + x + i;
-            const auto left = hn::LoadU(d8, p), right = hn::LoadU(d8, p + 1);
-            const auto difference = hn::Or(hn::SaturatedSub(left, right), hn::SaturatedSub(right, left));
-            sum = hn::Add(sum, hn::PromoteTo(d, difference));
+            sum = hn::Add(sum, hn::PromoteTo(d, absDifference(hn::LoadU(d8, p), hn::LoadU(d8, p + 1))));
         }
         hn::StoreU(sum, d, sums + i);
     });
@@ -180,20 +175,26 @@ HWY_INLINE void columnDifferences(ConstViewU8 rows, int x, int count, std::uint1
 /// Edge measures of the columns left and right of count blocks from first on; steps are raised to them.
 template <int side>
 void raiseToColumnEdges(ConstViewU8 grid, int row, int first, int count, std::int32_t* steps) {
-    constexpr int blocksAtOnce = 64;
-    std::uint16_t sums[blocksAtOnce * side + 1];
+    constexpr int blocksAtOnce = 64, noEdge = -20000;  // less than any measure, and so are its sums with one
+    const hn::ScalableTag<std::int16_t> d;
+    constexpr int lanes = static_cast<int>(hn::MaxLanes(d)), stride = std::max(lanes, side);
+    std::int16_t sums[blocksAtOnce * side + side + stride] = {};  // [k]: between the columns k - 1 and k from the left
     const ConstViewU8 rows = grid.band(row * side, (row + 1) * side);
     for (int done = 0; done < count; done += blocksAtOnce) {
-        const int from = (first + done) * side, to = from + std::min(blocksAtOnce, count - done) * side;
-        const int x0 = std::max(from - 1, 0), x1 = std::min(to, grid.width - 1);
-        columnDifferences(rows, x0, x1 - x0, sums);
-        const auto lines = [&](int x) { return int{sums[x - x0]}; };  // between the columns x and x + 1
-        for (int left = from; left < to; left += side) {
-            const int last = left + side - 1;
-            std::int32_t& step = steps[left / side - first];
-            if (left > 0) step = std::max(step, lines(left - 1) - 2 * std::max(lines(left), lines(left + 1)));
-            if (last + 1 < grid.width)
-                step = std::max(step, lines(last) - 2 * std::max(lines(last - 1), lines(last - 2)));
+        const int left = (first + done) * side, width = std::min(blocksAtOnce, count - done) * side;
+        const int firstSum = left == 0 ? 1 : 0, endSum = left + width == grid.width ? width : width + 1;
+        sums[0] = sums[width] = noEdge;
+        columnDifferences<side>(rows, left - 1 + firstSum, endSum - firstSum, sums + firstSum);
+        for (int k = 0; k < width; k += stride) {
+            const auto at = [&](int i) HWY_ATTR { return hn::LoadU(d, sums + k + i); };
+            const auto measure = [&](int across, int inside, int furtherInside) HWY_ATTR {
+                return hn::Sub(at(across), hn::ShiftLeft<1>(hn::Max(at(inside), at(furtherInside))));
+            };
+            HWY_ALIGN std::int16_t edges[lanes];  // of a block in the lane of its first column
+            hn::Store(hn::Max(measure(0, 1, 2), measure(side, side - 1, side - 2)), d, edges);
+            std::int32_t* step = steps + done + k / side;
+            for (int i = 0; i < std::min(lanes, width - k); i += side, ++step)
+                *step = std::max(*step, std::int32_t{edges[i]});
         }
     }
 }
