@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "orvel/mctf/me_block_data.h"
 #include "orvel/sys/api.h"
@@ -29,6 +30,8 @@ public:
     MEBlockData getBlockData(int i) const noexcept {
         return i >= 0 && i < count_ ? blocks_[static_cast<std::size_t>(i)] : MEBlockData{};
     }
+    /// All records, in place.
+    std::span<const MEBlockData> blocks() const noexcept { return {blocks_.get(), static_cast<std::size_t>(count_)}; }
     /// Stores record i; does nothing when there is no such block.
     void setBlockData(MEBlockData data, int i) noexcept {
         if (i >= 0 && i < count_) blocks_[static_cast<std::size_t>(i)] = data;

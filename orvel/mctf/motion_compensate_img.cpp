@@ -42,8 +42,9 @@ private:
 
     void predict(int row, int first, int count) const {
         primitives::BlockVector luma[blocksAtOnce], chroma[blocksAtOnce];
+        const MEBlockData* const blocks = data_.blocks().data() + row * grid_.cols + first;
         for (int i = 0; i < count; ++i) {
-            const MEBlockData block = data_.getBlockData(row * grid_.cols + first + i);
+            const MEBlockData& block = blocks[i];
             luma[i] = {block.mvx, block.mvy};
             chroma[i] = {block.mvx >> 1, block.mvy >> 1};
         }

@@ -93,7 +93,7 @@ auto MotionEstimateBlk<T>::placeOf(int blk) const noexcept -> Place {
 
 template <class T>
 tagPOINT MotionEstimateBlk<T>::wholeVector(int blk) const noexcept {
-    const MEBlockData found = data_->getBlockData(blk);
+    const MEBlockData& found = data_->blocks()[static_cast<std::size_t>(blk)];
     return {found.mvx >> 2, found.mvy >> 2};
 }
 
