@@ -18,7 +18,7 @@ struct Size {
     int width, height;
     const char* name;
 };
-inline constexpr Size hd{1920, 1080, "1080p"}, uhd{3840, 2160, "2160p"};
+inline constexpr Size hd{1920, 1080, "1080p"}, uhd{3840, 2160, "2160p"}, hdReady{1280, 720, "720p"};
 
 /// 1, and the number of cores when there are more.
 inline std::vector<int> threadCounts() {
@@ -26,26 +26,31 @@ inline std::vector<int> threadCounts() {
     return cores > 1 ? std::vector<int>{1, cores} : std::vector<int>{1};
 }
 
-/// Registers "operation/size/threads/who": one call of body per iteration with at most that many threads. bytes: read
-/// plus written by one call.
+/// Registers "operation/size/threads/who": one call of body per iteration with at most that many threads. perCall:
+/// what a call gets done, counted per second as unit.
+template <class Body>
+benchmark::internal::Benchmark* measurePerSecond(const std::string& operation, const std::string& size,
+                                                 const std::string& who, int threads, double perCall,
+                                                 const std::string& unit, Body body) {
+    const std::string name = operation + "/" + size + "/" + std::to_string(threads) + "T/" + who;
+    const auto run = [=](benchmark::State& state) {
+        const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
+                                        static_cast<std::size_t>(threads));
+        for (auto _ : state)
+            if (!body()) {
+                state.SkipWithError("the call failed");
+                break;
+            }
+        state.counters[unit + "/s"] = {static_cast<double>(state.iterations()) * perCall, benchmark::Counter::kIsRate};
+    };
+    return benchmark::RegisterBenchmark(name.c_str(), run)->UseRealTime()->Unit(benchmark::kMicrosecond);
+}
+
+/// The same in bytes. bytes: read plus written by one call.
 template <class Body>
 void measure(const std::string& operation, const std::string& size, const std::string& who, int threads,
              std::int64_t bytes, Body body) {
-    const std::string name = operation + "/" + size + "/" + std::to_string(threads) + "T/" + who;
-    benchmark::RegisterBenchmark(name.c_str(),
-                                 [=](benchmark::State& state) {
-                                     const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
-                                                                     static_cast<std::size_t>(threads));
-                                     for (auto _ : state)
-                                         if (!body()) {
-                                             state.SkipWithError("the call failed");
-                                             break;
-                                         }
-                                     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * bytes);
-                                 })
-        ->UseRealTime()
-
-        ->Unit(benchmark::kMicrosecond);
+    measurePerSecond(operation, size, who, threads, static_cast<double>(bytes), "bytes", body);
 }
 
 /// Cuts rows into as many bands of whole units as there are threads and runs body(first, last) on each; peers without

@@ -78,17 +78,32 @@ Clip weave(const Clip& progressive) {
     return woven;
 }
 
-Clip withNoise(const Clip& clip, double sigma, std::uint32_t seed) {
-    Gaussian gaussian(seed);
-    Clip noisy;
-    for (const Picture& clean : clip) {
-        noisy.push_back(newPicture(clean->getWidth(0), clean->getHeight(0)));
-        for (int p = 0; p < clean->numPlanes(); ++p)
-            for (int y = 0; y < clean->getHeight(p); ++y)
-                for (int x = 0; x < clean->getWidth(p); ++x)
-                    *noisy.back()->getPixel(p, y, x) = static_cast<std::uint8_t>(
-                        std::clamp(std::lround(*clean->getPixel(p, y, x) + sigma * gaussian()), 0L, 255L));
+void copyPicture(const I420Img& from, I420Img& to) {
+    for (int p = 0; p < from.numPlanes(); ++p)
+        for (int y = 0; y < from.getHeight(p); ++y) copyRow(from, y, to, y, p);
+}
+
+Clip copyOf(const Clip& clip) {
+    Clip copy;
+    for (const Picture& picture : clip) {
+        copy.push_back(newPicture(picture->getWidth(0), picture->getHeight(0)));
+        copyPicture(*picture, *copy.back());
     }
+    return copy;
+}
+
+Clip withNoise(const Clip& clip, double lumaSigma, double chromaSigma, std::uint32_t seed) {
+    Gaussian gaussian(seed);
+    Clip noisy = copyOf(clip);
+    for (const Picture& picture : noisy)
+        for (int p = 0; p < picture->numPlanes(); ++p) {
+            const double sigma = p == 0 ? lumaSigma : chromaSigma;
+            for (int y = 0; y < picture->getHeight(p); ++y)
+                for (int x = 0; x < picture->getWidth(p); ++x) {
+                    std::uint8_t& sample = *picture->getPixel(p, y, x);
+                    sample = static_cast<std::uint8_t>(std::clamp(std::lround(sample + sigma * gaussian()), 0L, 255L));
+                }
+        }
     return noisy;
 }
 
@@ -103,6 +118,12 @@ Clip tiled(const Clip& clip, int width, int height) {
                         *small->getPixel(p, y % small->getHeight(p), x % small->getWidth(p));
     }
     return large;
+}
+
+Clip forthAndBack(const Clip& clip) {
+    Clip ring = clip;
+    ring.insert(ring.end(), clip.rbegin() + 1, clip.rend() - 1);
+    return ring;
 }
 
 }  // namespace Orvel::bench

@@ -23,12 +23,22 @@ Clip readClip(const std::filesystem::path& file);
 /// without a filter: the top field is the earlier one. A last frame without partner is left out.
 Clip weave(const Clip& progressive);
 
-/// A copy with Gaussian noise of standard deviation sigma on all samples of all planes, rounded and clipped to 0..255;
-/// the same noise for the same seed.
-Clip withNoise(const Clip& clip, double sigma, std::uint32_t seed);
+/// Copies a picture into another of the same size.
+void copyPicture(const I420Img& from, I420Img& to);
+
+/// A clip with pictures of its own.
+Clip copyOf(const Clip& clip);
+
+/// A copy with Gaussian noise on all samples, of standard deviation lumaSigma on plane 0 and chromaSigma on the others,
+/// rounded and clipped to 0..255; the same noise for the same seed.
+Clip withNoise(const Clip& clip, double lumaSigma, double chromaSigma, std::uint32_t seed);
 
 /// The clip repeated side by side and on top of each other until it fills width x height. Fields stay fields when the
 /// clip's chroma height is even.
 Clip tiled(const Clip& clip, int width, int height);
+
+/// The same pictures, then all but the last and the first in reverse: again and again it has no cut. At least 2
+/// pictures.
+Clip forthAndBack(const Clip& clip);
 
 }  // namespace Orvel::bench

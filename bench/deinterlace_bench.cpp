@@ -5,12 +5,10 @@
 #include "bench/bench_support.h"
 #include "bench/clip.h"
 #include "bench/deinterlacer.h"
+#include "bench/filter_loop.h"
 
 #ifdef ORVEL_WITH_LIBYUV
 #include <libyuv.h>
-#endif
-#ifdef ORVEL_WITH_AVFILTER
-#include "bench/filter_peer.h"
 #endif
 
 namespace Orvel::bench {
@@ -40,33 +38,11 @@ void measureOurs(const std::string& operation, DeinterlaceType type, Params para
     });
 }
 
-#ifdef ORVEL_WITH_AVFILTER
-const std::vector<FilterPeer::Frame>& ffmpegContent() {
-    static const auto ring = [] {
-        std::vector<FilterPeer::Frame> frames;
-        for (const Picture& picture : content()) frames.push_back(FilterPeer::frameOf(*picture, true));
-        return frames;
-    }();
-    return ring;
-}
-
 void besideFfmpeg(const std::string& operation, const char* who, const std::string& filter, int threads) {
-    struct State {
-        FilterPeer peer;
-        std::size_t next = 0;
-    };
-    const auto state = std::make_shared<State>(State{FilterPeer(filter, hd.width, hd.height, 25, threads)});
-    if (!state->peer.ready()) return;
-    measure(operation, "1080i", who, threads, bytesMoved(), [state] {
-        do {
-            if (!state->peer.push(ffmpegContent()[state->next++ % content().size()])) return false;
-        } while (!state->peer.pull());
-        return true;
-    });
+    static const FilterFrames frames = framesOf(content(), true);
+    const auto loop = filterLoop(filter, *content()[0], 25, threads, frames);
+    if (loop) measure(operation, "1080i", who, threads, bytesMoved(), [loop] { return loop->produce(1); });
 }
-#else
-void besideFfmpeg(const std::string&, const char*, const std::string&, int) {}
-#endif
 
 #ifdef ORVEL_WITH_LIBYUV
 /// Rows [first, last) by two means of two: of the lines above and below, then of that and the line itself. Sixteen rows

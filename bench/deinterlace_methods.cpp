@@ -1,13 +1,11 @@
 #include "bench/deinterlace_methods.h"
 
-#include <cmath>
 #include <cstdint>
 #include <stdexcept>
 
 #include "bench/deinterlacer.h"
-#ifdef ORVEL_WITH_AVFILTER
+#include "bench/filter_clip.h"
 #include "bench/filter_peer.h"
-#endif
 
 namespace Orvel::bench {
 namespace {
@@ -76,36 +74,15 @@ DeinterlaceMethod library(const char* name, DeinterlaceType type, const Params& 
             }};
 }
 
-#ifdef ORVEL_WITH_AVFILTER
 DeinterlaceMethod ffmpeg(const char* name, const std::string& filter) {
-    return {name, [=](const Clip& interlaced) {
-                const int anyRate = 25;
-                FilterPeer peer(filter, interlaced[0]->getWidth(0), interlaced[0]->getHeight(0), anyRate, 1);
-                if (!peer.ready()) throw std::runtime_error("FFmpeg refuses " + filter);
-                Progressive made;
-                const auto take = [&] {
-                    while (const FilterPeer::Frame frame = peer.pull()) {
-                        const int instant = static_cast<int>(std::lround(2 * peer.instantOf(frame)));
-                        FilterPeer::copy(frame, *(made[instant] = pictureLike(interlaced)));
-                    }
-                };
-                for (const Picture& picture : interlaced) {
-                    if (!peer.push(FilterPeer::frameOf(*picture, true))) throw std::runtime_error(filter + " failed");
-                    take();
-                }
-                if (!peer.finish()) throw std::runtime_error(filter + " failed");
-                take();
-                return made;
-            }};
+    return {name, [=](const Clip& interlaced) { return filterClip(filter, interlaced, true, 2); }};
 }
 
 void addFfmpeg(std::vector<DeinterlaceMethod>& methods, const std::string& mode) {
+    if (!FilterPeer::installed()) return;
     methods.push_back(ffmpeg(yadifName, "yadif=mode=" + mode + ":parity=tff"));
     methods.push_back(ffmpeg(bwdifName, "bwdif=mode=" + mode + ":parity=tff"));
 }
-#else
-void addFfmpeg(std::vector<DeinterlaceMethod>&, const std::string&) {}
-#endif
 
 }  // namespace
 

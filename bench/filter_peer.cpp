@@ -9,6 +9,7 @@ extern "C" {
 #include <libavutil/frame.h>
 #include <libavutil/imgutils.h>
 #include <libavutil/log.h>
+#include <libavutil/pixdesc.h>
 }
 
 namespace Orvel::bench {
@@ -20,6 +21,10 @@ struct FreeGraph {
 
 FilterPeer::Frame newFrame() {
     return {av_frame_alloc(), [](AVFrame* old) { av_frame_free(&old); }};
+}
+
+AVPixelFormat formatOf(const Img& picture) {
+    return picture.getFormat() == fourCC("UYVY") ? AV_PIX_FMT_UYVY422 : AV_PIX_FMT_YUV420P;
 }
 
 /// Links source - filters - sink. @return false when FFmpeg refuses the filters.
@@ -45,16 +50,20 @@ struct FilterPeer::Graph {
     std::int64_t pushed = 0;
 };
 
-FilterPeer::Frame FilterPeer::frameOf(const I420Img& picture, bool interlaced) {
+bool FilterPeer::installed() {
+    return true;
+}
+
+FilterPeer::Frame FilterPeer::frameOf(const Img& picture, bool interlaced) {
     Frame frame = newFrame();
     if (!frame) return nullptr;
-    frame->format = AV_PIX_FMT_YUV420P;
+    frame->format = formatOf(picture);
     frame->width = picture.getWidth(0), frame->height = picture.getHeight(0);
     frame->interlaced_frame = frame->top_field_first = interlaced;
     if (av_frame_get_buffer(frame.get(), 64) < 0) return nullptr;
     for (int p = 0; p < picture.numPlanes(); ++p)
         av_image_copy_plane(frame->data[p], frame->linesize[p], picture.getPixels(p), picture.getStep(p),
-                            picture.getWidth(p), picture.getHeight(p));
+                            picture.getWidth(p) * picture.getBpp(p), picture.getHeight(p));
     return frame;
 }
 
@@ -64,16 +73,16 @@ void FilterPeer::copy(const Frame& frame, I420Img& picture) {
                             picture.getWidth(p), picture.getHeight(p));
 }
 
-FilterPeer::FilterPeer(const std::string& filters, int width, int height, int rate, int threads)
+FilterPeer::FilterPeer(const std::string& filters, const Img& like, int rate, int threads)
     : graph_(std::make_unique<Graph>()) {
     av_log_set_level(AV_LOG_ERROR);  // no chatter between the figures
     AVFilterGraph* graph = graph_->filters.get();
     graph->nb_threads = threads;
     graph->thread_type = AVFILTER_THREAD_SLICE;
     graph_->rate = rate;
-    const std::string in = "video_size=" + std::to_string(width) + "x" + std::to_string(height) +
-                           ":pix_fmt=yuv420p:pixel_aspect=1/1:time_base=1/" + std::to_string(rate) +
-                           ":frame_rate=" + std::to_string(rate);
+    const std::string in = "video_size=" + std::to_string(like.getWidth(0)) + "x" + std::to_string(like.getHeight(0)) +
+                           ":pix_fmt=" + av_get_pix_fmt_name(formatOf(like)) + ":pixel_aspect=1/1:time_base=1/" +
+                           std::to_string(rate) + ":frame_rate=" + std::to_string(rate);
     if (avfilter_graph_create_filter(&graph_->source, avfilter_get_by_name("buffer"), "in", in.c_str(), nullptr,
                                      graph) < 0 ||
         avfilter_graph_create_filter(&graph_->sink, avfilter_get_by_name("buffersink"), "out", nullptr, nullptr,

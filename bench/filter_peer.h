@@ -6,29 +6,34 @@
 
 struct AVFrame;
 
-// FFmpeg's filters as a peer, in the same process: only built where libavfilter is installed (ORVEL_WITH_AVFILTER).
+// FFmpeg's filters as a peer, in the same process.
 namespace Orvel::bench {
 
-/// A chain of FFmpeg filters between memory and memory, for 8-bit 4:2:0 pictures of one size. Frames are handed over by
-/// reference, so that a call costs what the filters cost.
+/// A chain of FFmpeg filters between memory and memory, for I420 or UYVY pictures of one size. Frames are handed over
+/// by reference, so that a call costs what the filters cost.
 class FilterPeer {
 public:
     using Frame = std::shared_ptr<AVFrame>;
 
+    /// Whether this program was built with FFmpeg; if not, no chain is ready.
+    static bool installed();
+
     /// The picture as an FFmpeg frame with memory of its own, marked as interlaced with the top field first, or as
-    /// progressive. Null when memory runs out.
-    static Frame frameOf(const I420Img& picture, bool interlaced);
-    /// Copies a frame's pixels into a picture of the same size.
+    /// progressive. Null when memory runs
+    /// out.
+    static Frame frameOf(const Img& picture, bool interlaced);
+    /// Copies a 4:2:0 frame's pixels into a picture of the same size.
     static void copy(const Frame& frame, I420Img& picture);
 
     /// @param filters as on FFmpeg's command line, e.g. "yadif=mode=send_frame:parity=tff"
+    /// @param like a picture of the format and the size that come in
     /// @param rate frames a second that come in
     /// @param threads of the filters that work on slices; the others have one
-    FilterPeer(const std::string& filters, int width, int height, int rate, int threads);
+    FilterPeer(const std::string& filters, const Img& like, int rate, int threads);
     ~FilterPeer();
     FilterPeer(FilterPeer&&) noexcept;
 
-    /// False when FFmpeg does not know a filter or an option; nothing else may be called then.
+    /// False when FFmpeg is not installed or does not know a filter or an option; nothing else may be called then.
     bool ready() const { return graph_ != nullptr; }
     /// Hands over the next frame. @return false on failure.
     bool push(const Frame& frame);

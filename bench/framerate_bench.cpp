@@ -3,6 +3,7 @@
 
 #include "bench/bench_support.h"
 #include "bench/clip.h"
+#include "bench/filter_loop.h"
 #include "orvel/framerate/frame_rate_convert.h"
 #include "orvel/framerate/interpolate_img.h"
 #include "orvel/img/hy16_img.h"
@@ -12,9 +13,6 @@
 #endif
 #ifdef ORVEL_WITH_OPENCV
 #include <opencv2/core.hpp>
-#endif
-#ifdef ORVEL_WITH_AVFILTER
-#include "bench/filter_peer.h"
 #endif
 
 namespace Orvel::bench {
@@ -151,27 +149,11 @@ void measureConversion(int threads) {
     });
 }
 
-#ifdef ORVEL_WITH_AVFILTER
 void besideFfmpeg(int threads) {
-    struct State {
-        FilterPeer peer;
-        std::vector<FilterPeer::Frame> ring;
-        std::size_t next = 0;
-    };
-    const auto state =
-        std::make_shared<State>(State{FilterPeer("framerate=fps=50:flags=0", hd.width, hd.height, 25, threads), {}});
-    if (!state->peer.ready()) return;
-    for (const Picture& picture : content()) state->ring.push_back(FilterPeer::frameOf(*picture, false));
-    measure(conversion, hd.name, "ffmpeg framerate", threads, conversionBytes(), [state] {
-        int results = 0;
-        while (results < 4) {
-            if (!state->peer.push(state->ring[state->next++ % state->ring.size()])) return false;
-            while (state->peer.pull()) ++results;
-        }
-        return true;
-    });
+    const auto loop = filterLoop("framerate=fps=50:flags=0", *content()[0], 25, threads, framesOf(content(), false));
+    if (!loop) return;
+    measure(conversion, hd.name, "ffmpeg framerate", threads, conversionBytes(), [loop] { return loop->produce(4); });
 }
-#endif
 
 void registerAll() {
     const Clip& clip = content();
@@ -179,9 +161,7 @@ void registerAll() {
     measureInterpolation(Pictures<HY16Img>{deep(*clip[0]), deep(*clip[1]), deep(*clip[0])});
     for (int threads : threadCounts()) {
         measureConversion(threads);
-#ifdef ORVEL_WITH_AVFILTER
         besideFfmpeg(threads);
-#endif
     }
 }
 

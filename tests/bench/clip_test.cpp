@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <fstream>
 #include <stdexcept>
 #include <string>
@@ -27,25 +28,59 @@ TEST(ClipTest, WeavingTakesEvenLinesFromTheEarlierPicture) {
                         << "frame " << k << " plane " << p << " line " << y;
 }
 
-TEST(ClipTest, NoiseHasItsStrengthAndComesAgainWithItsSeed) {
-    const Clip clean{flat(200, 100, 128)};
-    const Clip noisy = withNoise(clean, 4, 1), again = withNoise(clean, 4, 1), other = withNoise(clean, 4, 2);
+struct Moments {
+    double mean = 0, deviation = 0;
+};
+
+/// Of the differences from value.
+Moments moments(const I420Img& picture, int plane, int value) {
     double sum = 0, squares = 0;
-    bool differs = false;
-    for (int y = 0; y < 100; ++y)
-        for (int x = 0; x < 200; ++x) {
-            const int value = *noisy[0]->getPixel(0, y, x);
-            ASSERT_EQ(value, *again[0]->getPixel(0, y, x));
-            differs |= value != *other[0]->getPixel(0, y, x);
-            sum += value - 128, squares += (value - 128) * (value - 128);
+    for (int y = 0; y < picture.getHeight(plane); ++y)
+        for (int x = 0; x < picture.getWidth(plane); ++x) {
+            const int difference = *picture.getPixel(plane, y, x) - value;
+            sum += difference, squares += difference * difference;
         }
-    EXPECT_TRUE(differs);
-    EXPECT_NEAR(sum / 20000, 0, 0.12);  // four standard errors
-    EXPECT_NEAR(std::sqrt(squares / 20000), std::sqrt(16 + 1.0 / 12), 0.08);
+    const double n = double(picture.getWidth(plane)) * picture.getHeight(plane);
+    return {sum / n, std::sqrt(squares / n)};
+}
+
+bool same(const I420Img& a, const I420Img& b) {
+    for (int p = 0; p < a.numPlanes(); ++p)
+        for (int y = 0; y < a.getHeight(p); ++y)
+            if (std::memcmp(a.getPixel(p, y, 0), b.getPixel(p, y, 0), static_cast<std::size_t>(a.getWidth(p))) != 0)
+                return false;
+    return true;
+}
+
+TEST(ClipTest, NoiseHasItsStrengthOnEachPlaneOfEachPicture) {
+    const Clip clean{flat(200, 100, 128), flat(200, 100, 128)};
+    const Clip noisy = withNoise(clean, 4, 2, 1);
+    for (const Picture& picture : noisy)
+        for (int p : {0, 1, 2}) {
+            const double sigma = p == 0 ? 4 : 2, samples = p == 0 ? 20000 : 5000;
+            const double deviation = std::sqrt(sigma * sigma + 1.0 / 12);  // with that of rounding
+            const Moments found = moments(*picture, p, 128);
+            EXPECT_NEAR(found.mean, 0, 4 * deviation / std::sqrt(samples)) << "plane " << p;
+            EXPECT_NEAR(found.deviation, deviation, 4 * deviation / std::sqrt(2 * samples)) << "plane " << p;
+        }
+    EXPECT_FALSE(same(*noisy[0], *noisy[1]));
+    EXPECT_EQ(moments(*clean[1], 0, 128).deviation, 0);  // the clean clip stays clean
     for (int value : {0, 255}) {
-        const Clip atTheEnd = withNoise({flat(20, 20, value)}, 4, 3);
+        const Clip atTheEnd = withNoise({flat(20, 20, value)}, 4, 4, 3);
         for (int x = 0; x < 20; ++x) ASSERT_NEAR(*atTheEnd[0]->getPixel(0, 0, x), value, 20);  // clipped, not wrapped
     }
+}
+
+TEST(ClipTest, NoiseComesAgainWithItsSeed) {
+    const Clip clean{flat(40, 20, 128)};
+    const Clip noisy = withNoise(clean, 4, 2, 1);
+    EXPECT_TRUE(same(*noisy[0], *withNoise(clean, 4, 2, 1)[0]));
+    EXPECT_FALSE(same(*noisy[0], *withNoise(clean, 4, 2, 2)[0]));
+}
+
+TEST(ClipTest, GoesForthAndBackWithoutRepeatingTheEnds) {
+    const Clip clip{flat(4, 4, 0), flat(4, 4, 1), flat(4, 4, 2)};
+    EXPECT_EQ(forthAndBack(clip), (Clip{clip[0], clip[1], clip[2], clip[1]}));
 }
 
 TEST(ClipTest, TilesRepeatThePicture) {
