@@ -26,8 +26,8 @@ inline std::vector<int> threadCounts() {
     return cores > 1 ? std::vector<int>{1, cores} : std::vector<int>{1};
 }
 
-/// Registers "operation/size/threads/who": one call of body per iteration with at most that many threads. perCall:
-/// what a call gets done, counted per second as unit.
+/// Registers "operation/size/threads/who": one call of body per iteration with at most that many threads. The CPU time
+/// is that of all threads together. perCall: what a call gets done, counted per second of real time as unit.
 template <class Body>
 benchmark::internal::Benchmark* measurePerSecond(const std::string& operation, const std::string& size,
                                                  const std::string& who, int threads, double perCall,
@@ -43,7 +43,10 @@ benchmark::internal::Benchmark* measurePerSecond(const std::string& operation, c
             }
         state.counters[unit + "/s"] = {static_cast<double>(state.iterations()) * perCall, benchmark::Counter::kIsRate};
     };
-    return benchmark::RegisterBenchmark(name.c_str(), run)->UseRealTime()->Unit(benchmark::kMicrosecond);
+    return benchmark::RegisterBenchmark(name.c_str(), run)
+        ->MeasureProcessCPUTime()
+        ->UseRealTime()
+        ->Unit(benchmark::kMicrosecond);
 }
 
 /// The same in bytes. bytes: read plus written by one call.

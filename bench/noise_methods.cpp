@@ -51,7 +51,9 @@ void addFfmpeg(std::vector<NoiseMethod>& methods, bool interlaced) {
     };
     for (const char* name : ffmpegNames) add(name, "");
     const auto [hqdn3d, atadenoise, nlmeans] = ffmpegNames;
-    add(hqdn3d, "=8");
+    for (const char* settings : {"=8", "=12"}) add(hqdn3d, settings);
+    for (const char* settings : {"=0a=.1:0b=.2:1a=.05:1b=.1:2a=.05:2b=.1", "=0a=.15:0b=.5:1a=.08:1b=.25:2a=.08:2b=.25"})
+        add(atadenoise, settings);
     for (const char* settings : {"=s=3", "=s=5", "=s=8"}) add(nlmeans, settings);
 }
 

@@ -143,7 +143,7 @@ void writeLeads(std::ostream& out, const std::vector<Table>& tables) {
     eachPeer([&](const Table& t, const std::string& name, const std::string& title) {
         writeLead(out, title, *find(t, name), *find(t, usualStrengthName), 0);
     });
-    out << "Lead of the filter's best settings in the table above over the best strength, chosen anew for each noise "
+    out << "Lead of each filter's best settings in the tables above over the best strength, chosen anew for each noise "
            "and for luma and chroma apart:\n\n";
     writeHead(out, "luma / chroma, dB", firstNoisy);
     eachPeer([&](const Table& t, const std::string& name, const std::string& title) {
