@@ -1,11 +1,8 @@
 // Measures how good the pictures are and writes the figures into a text.
 #include "bench/quality.h"
 
-#include <algorithm>
-#include <cstddef>
 #include <exception>
 #include <iostream>
-#include <iterator>
 
 #include "bench/report.h"
 
@@ -26,18 +23,21 @@ void replaceAndShow(const std::filesystem::path& file, const std::string& sectio
 }
 
 int run(const std::vector<std::string>& arguments) {
-    const std::vector<std::filesystem::path> clips(
-        arguments.begin() + std::min<std::ptrdiff_t>(2, std::ssize(arguments)), arguments.end());
-    if (!clips.empty() && arguments[0] == "--clips") {
-        replaceAndShow(arguments[1], "noise filtering of further clips", noiseReport(clips));
-    } else if (!clips.empty() && arguments[0] == "--time-codes") {
-        replaceAndShow(arguments[1], "time codes in further clips", timeCodeReport(clips));
-    } else if (arguments.size() == 2) {
-        replaceAndShow(arguments[1], "deinterlacing", deinterlacingReport(arguments[0]));
-        replaceAndShow(arguments[1], "noise filtering", noiseReport(arguments[0]));
-        replaceAndShow(arguments[1], "time codes", timeCodeReport(arguments[0]));
+    const bool furtherClips = arguments.size() >= 3;
+    if (!furtherClips && arguments.size() != 2) return usage();
+    const std::string& first = arguments[0];
+    if (furtherClips) {
+        const std::vector<std::filesystem::path> clips(arguments.begin() + 2, arguments.end());
+        if (first == "--clips")
+            replaceAndShow(arguments[1], "noise filtering of further clips", noiseReport(clips));
+        else if (first == "--time-codes")
+            replaceAndShow(arguments[1], "time codes in further clips", timeCodeReport(clips));
+        else
+            return usage();
     } else {
-        return usage();
+        replaceAndShow(arguments[1], "deinterlacing", deinterlacingReport(first));
+        replaceAndShow(arguments[1], "noise filtering", noiseReport(first));
+        replaceAndShow(arguments[1], "time codes", timeCodeReport(first));
     }
     return 0;
 }

@@ -243,7 +243,9 @@ void writeRow(std::ostream& out, const std::string& name, const Row& row, const 
 
 /// 100 and 0 stand for all and none alone.
 std::string percent(int part, int whole) {
-    return part == whole ? "100" : part == 0 ? "0" : fixed(100.0 * part / whole, 1);
+    if (part == 0 || part == whole) return part == 0 ? "0" : "100";
+    const double exact = 100.0 * part / whole;
+    return exact < 0.05 ? "< 0.1" : exact >= 99.95 ? "> 99.9" : fixed(exact, 1);
 }
 
 std::string readCell(const Readings& readings) {
