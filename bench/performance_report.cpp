@@ -131,6 +131,8 @@ std::string machineText(const Measurements& measured) {
     for (const std::string& peer : peerKeys)
         text += (&peer == &peerKeys.front() ? "" : ", ") + peer + " " + of.at(peer);
     text += "\n";
+    if (measured.loadBefore > measured.allThreads)
+        text += "- **The machine was busy when the run began; measure again when it does nothing else.**\n";
     if (measured.allThreads == 1) text += "- one core only: rows at all threads, and of their gain, are left out\n";
     return text;
 }
