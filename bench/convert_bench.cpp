@@ -101,6 +101,18 @@ auto swscale(AVPixelFormat srcFormat, AVPixelFormat dstFormat, int samples = 1) 
         });
     };
 }
+#else
+enum AVPixelFormat {
+    AV_PIX_FMT_UYVY422,
+    AV_PIX_FMT_YUYV422,
+    AV_PIX_FMT_YUV422P,
+    AV_PIX_FMT_GRAY8,
+    AV_PIX_FMT_GRAY16LE
+};
+/// Stands in for swscale where it is not installed: measures nothing.
+auto swscale(AVPixelFormat, AVPixelFormat, int = 1) {
+    return [](auto&&...) {};
+}
 #endif
 
 void registerAll() {

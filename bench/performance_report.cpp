@@ -1,5 +1,6 @@
 #include "bench/performance_report.h"
 
+#include <cmath>
 #include <map>
 #include <set>
 #include <stdexcept>
@@ -69,10 +70,16 @@ std::string targetText(const PerformanceRow& row, const Outcome& outcome) {
     return "≥ " + number;
 }
 
+/// Rounded down, so that a figure that misses its target never looks as large as it.
+std::string atLeast(double figure, int digits) {
+    const double unit = std::pow(10, -digits);
+    return fixed(std::floor(figure / unit) * unit, digits);
+}
+
 std::string figureText(const PerformanceRow& row, const Outcome& outcome) {
     if (!outcome.figure) return "not measured";
-    if (row.figure != Figure::rate) return fixed(*outcome.figure, 2);
-    return millions(fixed(*outcome.figure, *outcome.figure < 100 ? 2 : 0), outcome.unit);
+    if (row.figure != Figure::rate) return atLeast(*outcome.figure, 2);
+    return millions(atLeast(*outcome.figure, *outcome.figure < 100 ? 2 : 0), outcome.unit);
 }
 
 std::string peerText(const PerformanceRow& row, const Outcome& outcome) {

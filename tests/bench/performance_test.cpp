@@ -179,6 +179,13 @@ TEST_F(PerformanceTest, TheTextShowsEveryRowAndNamesWhatIsMissing) {
                                 "- `op/1080p/1T/gone`: no such benchmark in this run\n"));
 }
 
+TEST_F(PerformanceTest, AFigureJustBelowItsTargetLooksSmaller) {
+    json file = result();
+    add(file, "op/1080p/1T/orvel", {1.2499});
+    add(file, "op/1080p/1T/peer", {1});
+    EXPECT_THAT(performanceReport({ratioRow({"peer"}, 1.25)}, measured(file)), HasSubstr("| 1.24 | ≥ 1.25 | **no** |"));
+}
+
 TEST_F(PerformanceTest, TheTextSaysWhenTheMachineWasBusy) {
     json busy = result();
     busy["context"]["load_avg"][0] = 2.01;
