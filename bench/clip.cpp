@@ -1,43 +1,15 @@
 #include "bench/clip.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <new>
-#include <random>
 #include <stdexcept>
-#include <string>
 
+#include "bench/gaussian.h"
 #include "orvel/storage/vid_raw420.h"
 
 namespace Orvel::bench {
 namespace {
-
-/// Standard normal values by the polar method of Marsaglia and Bray (1964): unlike std::normal_distribution the same
-/// with every standard library.
-class Gaussian {
-public:
-    explicit Gaussian(std::uint32_t seed) : rng_(seed) {}
-    double operator()() {
-        if (hasSpare_) {
-            hasSpare_ = false;
-            return spare_;
-        }
-        double u, v, s;
-        do {
-            u = uniform(), v = uniform(), s = u * u + v * v;
-        } while (s >= 1 || s == 0);
-        const double scale = std::sqrt(-2 * std::log(s) / s);
-        spare_ = v * scale, hasSpare_ = true;
-        return u * scale;
-    }
-
-private:
-    double uniform() { return double(rng_()) / 2147483648.0 - 1; }
-    std::mt19937 rng_;
-    double spare_ = 0;
-    bool hasSpare_ = false;
-};
 
 void copyRow(const Img& from, int fromRow, Img& to, int toRow, int plane) {
     std::memcpy(to.getPixel(plane, toRow, 0), from.getPixel(plane, fromRow, 0),
@@ -64,6 +36,11 @@ Clip readClip(const std::filesystem::path& file) {
     }
     if (!opened || clip.empty()) throw std::runtime_error("no 4:2:0 frames in " + file.string());
     return clip;
+}
+
+std::string contentOf(const std::filesystem::path& clip) {
+    const std::string name = clip.stem().string();
+    return name.substr(0, name.find('_'));
 }
 
 Clip weave(const Clip& progressive) {
@@ -96,14 +73,8 @@ Clip withNoise(const Clip& clip, double lumaSigma, double chromaSigma, std::uint
     Gaussian gaussian(seed);
     Clip noisy = copyOf(clip);
     for (const Picture& picture : noisy)
-        for (int p = 0; p < picture->numPlanes(); ++p) {
-            const double sigma = p == 0 ? lumaSigma : chromaSigma;
-            for (int y = 0; y < picture->getHeight(p); ++y)
-                for (int x = 0; x < picture->getWidth(p); ++x) {
-                    std::uint8_t& sample = *picture->getPixel(p, y, x);
-                    sample = static_cast<std::uint8_t>(std::clamp(std::lround(sample + sigma * gaussian()), 0L, 255L));
-                }
-        }
+        for (int p = 0; p < picture->numPlanes(); ++p)
+            addNoise(*picture, p, p == 0 ? lumaSigma : chromaSigma, gaussian);
     return noisy;
 }
 

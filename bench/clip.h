@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "orvel/img/i420_img.h"
@@ -18,6 +19,9 @@ Picture newPicture(int width, int height);
 /// All frames of a headerless planar 4:2:0 file whose name carries _WIDTHxHEIGHT_.
 /// Throws std::runtime_error naming the file when it cannot be read or holds no frame.
 Clip readClip(const std::filesystem::path& file);
+
+/// What a clip shows, by its name: "walkway_352x288_30p.yuv" shows "walkway".
+std::string contentOf(const std::filesystem::path& clip);
 
 /// Interlaced frame k takes its even lines from frame 2k and its odd lines from frame 2k + 1, in every plane and
 /// without a filter: the top field is the earlier one. A last frame without partner is left out.

@@ -166,12 +166,6 @@ std::string report(const std::vector<Table>& tables, const std::string& where) {
     return out.str();
 }
 
-/// "walkway_352x288_30p.yuv" shows "walkway".
-std::string contentOf(const std::filesystem::path& clip) {
-    const std::string name = clip.stem().string();
-    return name.substr(0, name.find('_'));
-}
-
 }  // namespace
 
 std::string noiseReport(const std::filesystem::path& media) {

@@ -10,9 +10,10 @@ namespace Orvel::bench {
 namespace {
 
 int usage() {
-    std::cerr
-        << "usage: quality MEDIA_DIR FILE.md         all that the example clips tell\n"
-           "       quality --clips FILE.md CLIP...   noise filtering of progressive 4:2:0 files NAME_WIDTHxHEIGHT_*\n";
+    std::cerr << "usage: quality MEDIA_DIR FILE.md              all that the example clips tell\n"
+                 "       quality --clips FILE.md CLIP...        noise filtering of further clips\n"
+                 "       quality --time-codes FILE.md CLIP...   time codes in further clips\n"
+                 "CLIP: a progressive 4:2:0 file NAME_WIDTHxHEIGHT_*\n";
     return 2;
 }
 
@@ -22,14 +23,21 @@ void replaceAndShow(const std::filesystem::path& file, const std::string& sectio
 }
 
 int run(const std::vector<std::string>& arguments) {
-    if (arguments.size() >= 3 && arguments[0] == "--clips") {
-        replaceAndShow(arguments[1], "noise filtering of further clips",
-                       noiseReport(std::vector<std::filesystem::path>(arguments.begin() + 2, arguments.end())));
-    } else if (arguments.size() == 2) {
-        replaceAndShow(arguments[1], "deinterlacing", deinterlacingReport(arguments[0]));
-        replaceAndShow(arguments[1], "noise filtering", noiseReport(arguments[0]));
+    const bool furtherClips = arguments.size() >= 3;
+    if (!furtherClips && arguments.size() != 2) return usage();
+    const std::string& first = arguments[0];
+    if (furtherClips) {
+        const std::vector<std::filesystem::path> clips(arguments.begin() + 2, arguments.end());
+        if (first == "--clips")
+            replaceAndShow(arguments[1], "noise filtering of further clips", noiseReport(clips));
+        else if (first == "--time-codes")
+            replaceAndShow(arguments[1], "time codes in further clips", timeCodeReport(clips));
+        else
+            return usage();
     } else {
-        return usage();
+        replaceAndShow(arguments[1], "deinterlacing", deinterlacingReport(first));
+        replaceAndShow(arguments[1], "noise filtering", noiseReport(first));
+        replaceAndShow(arguments[1], "time codes", timeCodeReport(first));
     }
     return 0;
 }

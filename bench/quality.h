@@ -15,4 +15,9 @@ std::string noiseReport(const std::filesystem::path& media);
 /// The same for progressive clips of one's own.
 std::string noiseReport(const std::vector<std::filesystem::path>& clips);
 
+/// Time codes in the chroma of damaged pictures, and in pictures that carry none.
+std::string timeCodeReport(const std::filesystem::path& media);
+/// The same for progressive clips of one's own.
+std::string timeCodeReport(const std::vector<std::filesystem::path>& clips);
+
 }  // namespace Orvel::bench

@@ -2,11 +2,11 @@
 
 #include "orvel/img/i420_img.h"
 #include "tools/analyze/clip_analysis.h"
-#include "tools/analyze/record_writer.h"
 #include "tools/errors.h"
 #include "tools/format_converter.h"
 #include "tools/media/open_media.h"
 #include "tools/progress.h"
+#include "tools/record_writer.h"
 #include "tools/verbs.h"
 
 namespace OrvelTool {
@@ -31,10 +31,22 @@ Luma counts, in 8 bits. Of interlaced clips the top fields are compared, and mea
 as they are; the filter compares with frames that it has filtered, so its own noise and level can be lower.)";
 
 struct AnalyzeOptions {
-    std::string input, output = "-", form;
+    std::string input;
+    RecordOutput output;
     InputOptions source;
     int strength = 3;
 };
+
+std::vector<RecordValue> record(std::int64_t frame, const std::optional<PictureMeasures>& measures) {
+    if (!measures) return {frame, {}, {}, {}, {}, {}, {}};
+    return {frame,
+            measures->meanCost,
+            double{measures->noise},
+            std::int64_t{measures->level},
+            std::int64_t{measures->sceneCut},
+            measures->meanX,
+            measures->meanY};
+}
 
 void analyzeClip(const AnalyzeOptions& options) {
     const auto source = openSource(options.input, options.source);
@@ -42,16 +54,16 @@ void analyzeClip(const AnalyzeOptions& options) {
     const bool fields = info.interlaced();
     FormatConverter converter(*info.format, formatOf<I420Img>(), info.width, info.height, {fields, false});
     ClipAnalysis analysis(info.width, fields ? (info.height + 1) / 2 : info.height, options.strength);
-    RecordWriter writer(options.output, recordForm(options.output, options.form));
+    RecordWriter writer(options.output, {"frame", "mean_cost", "noise", "level", "scene_cut", "mean_x", "mean_y"});
     if (fields) notice(source->name(), "frames hold two fields: the top fields are analysed");
 
     Progress progress("analyze", info.frames);
     const auto picture = makePicture(*info.format, info.width, info.height);
     I420Img top;
-    while (source->read(*picture)) {
+    for (std::int64_t number = 0; source->read(*picture); ++number) {
         auto& frame = static_cast<I420Img&>(converter.convert(*picture));
         if (fields) frame.getTopFieldShadow(top);
-        writer.write(analysis.next(fields ? top : frame));
+        writer.write(record(number, analysis.next(fields ? top : frame)));
         progress.step();
     }
     writer.finish();
@@ -63,10 +75,8 @@ void addAnalyze(CLI::App& program) {
     auto* verb = program.add_subcommand("analyze", "Measure motion, noise and scene cuts of a clip, frame by frame");
     auto options = std::make_shared<AnalyzeOptions>();
     verb->footer(recordHelp);
-    verb->add_option("INPUT", options->input, "file, or - for standard input")->required();
-    verb->add_option("OUTPUT", options->output, "file, or - for standard output (default)");
-    verb->add_option("--output-format,--to", options->form, "csv or json; else by extension, .json or CSV")
-        ->check(CLI::IsMember({"csv", "json"}));
+    addInput(*verb, options->input);
+    addRecordOutput(*verb, options->output);
     verb->add_option("--denoise", options->strength, "strength that the noise filter would be given, 0 to 7; default 3")
         ->check(CLI::Range(0, 7));
     addInputOptions(*verb, options->source);

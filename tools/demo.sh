@@ -60,3 +60,11 @@ made walkway_denoised.png "part of a noisy picture beside the filtered one"
 made walkway_motion.png "the motion that is found in the noisy clip and in the filtered one"
 "$tool" preview "$media/roof_720x576_50p.yuv" "$out/roof_motion.png" --motion --frames 2 --every 4
 made roof_motion.png "the motion of a pan"
+
+# A time code in both fields of each picture, for machines and for people.
+"$tool" tc stamp "$media/roof_720x576_25i_tff.uyvy" "$out/roof_timecode.y4m" --rate 25 --field-order tff \
+    --start 10:00:00:00 --readable
+"$tool" tc read "$out/roof_timecode.y4m" "$out/roof_timecode.csv" --check-fields --expect-continuous --strict
+made roof_timecode.csv "the time codes of the stamped clip, read back and checked"
+"$tool" preview "$out/roof_timecode.y4m" "$out/roof_timecode.png" --frames 2 --columns 2
+made roof_timecode.png "the stamped pictures"

@@ -9,7 +9,7 @@ namespace OrvelTool {
 /// What the program returns to the shell. 128 + signal number after an interruption.
 enum class ExitCode {
     done = 0,
-    no = 1,            ///< a question was answered with no; no verb asks one so far
+    no = 1,            ///< the question that the verb asks was answered with no
     usage = 2,         ///< the command line makes no sense
     badInput = 3,      ///< the input is unreadable, malformed or truncated
     refused = 4,       ///< the parameters cannot be applied to this input

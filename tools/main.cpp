@@ -27,6 +27,11 @@ void describeProgram(CLI::App& program) {
     OrvelTool::addConvert(program);
     OrvelTool::addAnalyze(program);
     OrvelTool::addPreview(program);
+    OrvelTool::addTimeCode(program);
+    OrvelTool::addMark(program);
+    OrvelTool::addLines(program);
+    OrvelTool::addCompare(program);
+    OrvelTool::addHash(program);
 }
 
 int run(CLI::App& program, int argc, char** argv) {

@@ -196,7 +196,7 @@ private:
 void addPreview(CLI::App& program) {
     auto* verb = program.add_subcommand("preview", "Draw a contact sheet of a clip's frames as a PNG file");
     auto options = std::make_shared<PreviewOptions>();
-    verb->add_option("INPUT", options->input, "file, or - for standard input")->required();
+    addInput(*verb, options->input);
     verb->add_option("OUTPUT", options->output, "PNG file, or - for standard output")->required();
     verb->add_option("--frames", options->frames, "number of pictures, default 8")->check(CLI::Range(1, 1000));
     verb->add_option("--every", options->every, "take every Kth frame; default: spread over the clip")

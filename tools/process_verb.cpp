@@ -7,7 +7,6 @@
 #include "orvel/img/all_formats.h"
 #include "tools/errors.h"
 #include "tools/format_converter.h"
-#include "tools/media/frame_writer.h"
 #include "tools/media/open_media.h"
 #include "tools/process/clip_run.h"
 #include "tools/process/process_chain.h"
@@ -21,17 +20,11 @@ namespace {
 using namespace Orvel;
 
 struct ProcessOptions {
-    std::string input, output, outputFormat, working;
+    std::string input, working;
+    ClipOutput output;
     InputOptions source;
     ProcessTexts texts;
 };
-
-FrameWriter openOutput(const ProcessOptions& options, const OutputKind& kind, ClipInfo info) {
-    info.container = kind.container;
-    info.format = kind.format;
-    info.oddChroma = kind.container == Container::y4m ? OddChroma::up : parseOddChroma(options.source.oddChroma);
-    return FrameWriter(options.output, info);
-}
 
 template <class T>
 void processAs(const ProcessOptions& options, FrameSource& source) {
@@ -40,9 +33,9 @@ void processAs(const ProcessOptions& options, FrameSource& source) {
     ProcessChain chain(setup);
 
     const ClipInfo& info = setup.output;
-    const OutputKind kind = outputKind(options.output, options.outputFormat, *info.format);
+    const OutputKind kind = outputKind(options.output, *info.format);
     FormatConverter converter(*info.format, *kind.format, info.width, info.height, {info.interlaced(), false});
-    FrameWriter writer = openOutput(options, kind, info);
+    FrameWriter writer = openOutput(options.output, kind, info, options.source);
     for (const auto& [option, text] : setup.notes) notice(option, text);
 
     ClipRun run(source, engineInput(source.info(), *info.format), chain,
@@ -120,10 +113,8 @@ void addProcess(CLI::App& program) {
     auto* verb = program.add_subcommand(
         "process", "Cut, deinterlace, scale, place and denoise a clip's pictures, change their rate");
     auto options = std::make_shared<ProcessOptions>();
-    verb->add_option("INPUT", options->input, "file, or - for standard input")->required();
-    verb->add_option("OUTPUT", options->output, "file, or - for standard output")->required();
-    verb->add_option("--output-format", options->outputFormat,
-                     "y4m, i420, yv16, hy16, uyvy, yuyv, v216 or bgr; else by extension (- is Y4M)");
+    addInput(*verb, options->input);
+    addClipOutput(*verb, options->output);
 
     const std::string group = "Processing";
     verb->add_option("--working", options->working, "i420, yv16 or hy16; default: the closest to the source")

@@ -1,10 +1,13 @@
 #include "orvel/primitives/deinterlace_blend.h"
 
+#include <array>
 #include <cmath>
 #include <cstring>
+#include <span>
 
 #include "orvel/primitives/cavt_strength.h"
 #include "orvel/primitives/checks.h"
+#include "orvel/primitives/fill.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "orvel/primitives/deinterlace_blend.cpp"
@@ -37,19 +40,25 @@
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
 
-struct BlendRows {
-    CavtRows<2> spatial;  ///< a, b, c, d, m0, m1, m2, p0, p1, p2
-    const std::uint8_t *pb, *pc, *nb, *nc;
-};
+constexpr int rowsAtOnce = cavtRowsAtOnce<2>;
 
-/// What the columns of a chunk need, from the chunk's column from on.
-struct BlendTerms {
-    CavtTerms cavt;
+/// What the columns of a chunk of one generated row need, from the chunk's column from on.
+struct MotionTerms {
     ColumnBuffer<std::uint8_t> temporal;  ///< T
     ColumnBuffer<std::uint8_t> bound;
-    ColumnBuffer<std::uint8_t> combed;   ///< all ones where bound > delta
-    ColumnBuffer<std::uint8_t> motion;   ///< e
-    ColumnBuffer<std::uint8_t> spatial;  ///< S before it is clamped
+    ColumnBuffer<std::uint8_t> smooth;  ///< all ones where bound is delta
+    ColumnBuffer<std::uint8_t> motion;  ///< e
+};
+
+struct BlendTerms {
+    CavtRowsTerms<2> cavt;
+    MotionTerms motion[rowsAtOnce];
+    ColumnBuffer<std::uint8_t> spatial;  ///< S of one row before it is clamped
+};
+
+/// The fields that generated rows are made of, each in one plane.
+struct BlendSources {
+    FieldRows kept, keptPrev, keptNext, before, after;
 };
 
 /// All ones where a <= b.
@@ -63,130 +72,205 @@ HWY_INLINE V largest(V a, V b, V c) {
     return hn::Max(hn::Max(a, b), c);
 }
 
-/// max(0, by how much the smallest of T - b, T - c and the larger one of up and down is above zero). The mirrored
-/// question, how far -hi is above zero, is the same one with all differences the other way round.
+/// The rows that rowsAtOnce generated rows look at besides, from a chunk's column from on.
+struct MotionRows {
+    std::array<const std::uint8_t*, 1 + rowsAtOnce> cur, prev, next;
+    std::array<const std::uint8_t*, 2 + rowsAtOnce> before, after;
+};
+
+HWY_INLINE MotionRows motionRows(const BlendSources& sources, int y, int from) {
+    const auto fill = [from](auto& rows, const FieldRows& field, int first) HWY_ATTR {
+        for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = field.row(first + 2 * int(i)) + from;
+    };
+    MotionRows rows;
+    fill(rows.cur, sources.kept, y - 1);
+    fill(rows.prev, sources.keptPrev, y - 1);
+    fill(rows.next, sources.keptNext, y - 1);
+    fill(rows.before, sources.before, y - 2);
+    fill(rows.after, sources.after, y - 2);
+    return rows;
+}
+
+/// max(0, lo, -hi), in differences that stop at zero.
 template <class V>
-HWY_INLINE V sticksOut(V fromB, V fromC, V up, V down) {
-    return hn::Min(hn::Min(fromB, fromC), hn::Max(up, down));
+HWY_INLINE V combOf(V t, V b, V c, V above, V below) {
+    const auto over = [](V v, V w) HWY_ATTR { return hn::SaturatedSub(v, w); };
+    const V lo = hn::Min(over(t, hn::Max(b, c)), hn::Max(over(above, b), over(below, c)));
+    const V minusHi = hn::Min(over(hn::Min(b, c), t), hn::Max(over(b, above), over(c, below)));
+    return hn::Max(lo, minusHi);
 }
 
-/// Everything but S, on columns [from, to) of a row.
-HWY_INLINE void makeMotionTerms(const BlendRows& rows, const Chunk& chunk, std::uint8_t threshold, BlendTerms& terms) {
-    const auto& s = rows.spatial;
-    const std::uint8_t *rowB = s[1], *rowC = s[2], *rowM0 = s[4], *rowM1 = s[5], *rowM2 = s[6], *rowP0 = s[7],
-                       *rowP1 = s[8], *rowP2 = s[9], *rowPB = rows.pb, *rowPC = rows.pc, *rowNB = rows.nb,
-                       *rowNC = rows.nc;
-    std::uint8_t *temporal = terms.temporal.data(), *bounds = terms.bound.data(), *combed = terms.combed.data(),
-                 *motion = terms.motion.data();
-    forEachRun<std::uint8_t>(chunk.to - chunk.from, [=](auto tag, int i) HWY_ATTR {
-        const int x = chunk.from + i;
-        const auto load = [=](const std::uint8_t* row) HWY_ATTR { return hn::LoadU(tag, row + x); };
-        const auto b = load(rowB), c = load(rowC), m1 = load(rowM1), p1 = load(rowP1);
-        const auto beforeB = absDifference(load(rowPB), b), beforeC = absDifference(load(rowPC), c);
-        const auto afterB = absDifference(load(rowNB), b), afterC = absDifference(load(rowNC), c);
-        const auto f0 = absDifference(m1, p1);
-        const auto halfOfF0 = floorMean(f0, hn::Zero(tag));
-        const auto delta = largest(halfOfF0, floorMean(beforeB, beforeC), floorMean(afterB, afterC));
-        hn::StoreU(largest(f0, hn::AverageRound(beforeB, beforeC), hn::AverageRound(afterB, afterC)), tag, motion + i);
+/// Finds places that are still: max(f0, f1, f2) <= threshold. f1 and f2 are no bytes but their halves are; rounded up
+/// these tell an even threshold, rounded down an odd one.
+class StillTest {
+public:
+    explicit StillTest(std::uint8_t threshold) : half_(threshold >> 1), even_(threshold % 2 == 0) {}
 
-        // f1 and f2 stop at 255 here; where they are more, delta is above half of any threshold.
-        const auto most = largest(f0, hn::SaturatedAdd(beforeB, beforeC), hn::SaturatedAdd(afterB, afterC));
-        const auto still = hn::And(notAbove(tag, most, hn::Set(tag, threshold)),
-                                   notAbove(tag, delta, hn::Set(tag, std::uint8_t(threshold >> 1))));
+    template <class D, class V>
+    HWY_INLINE V operator()(D d, V halfUp, V halfDown) const {
+        return notAbove(d, even_ ? halfUp : halfDown, hn::Set(d, half_));
+    }
 
-        // The comb check in differences that stop at zero, because the bound is never less than delta.
-        const auto over = [](auto v, auto w) HWY_ATTR { return hn::SaturatedSub(v, w); };
-        const auto t = hn::AverageRound(m1, p1), above = floorMean(load(rowM0), load(rowP0)),
-                   below = floorMean(load(rowM2), load(rowP2));
-        const auto lo = sticksOut(over(t, b), over(t, c), over(above, b), over(below, c));
-        const auto minusHi = sticksOut(over(b, t), over(c, t), over(b, above), over(c, below));
-        const auto bound = hn::Max(delta, hn::AndNot(still, hn::Max(lo, minusHi)));
-        hn::StoreU(t, tag, temporal + i);
-        hn::StoreU(bound, tag, bounds + i);
-        hn::StoreU(hn::Not(hn::VecFromMask(tag, hn::Eq(bound, delta))), tag, combed + i);
-    });
-    motion[-1] = motion[0];
-    motion[chunk.to - chunk.from] = motion[chunk.to - chunk.from - 1];
+private:
+    std::uint8_t half_;
+    bool even_;
+};
+
+/// Everything but S of rowsAtOnce rows, on a vector of columns. What one row has read and computed stays in registers
+/// for the next.
+template <class D>
+HWY_INLINE void putMotion(D d, const MotionRows& rows, int x, StillTest isStill, MotionTerms* to) {
+    const auto load = [=](const std::uint8_t* row) HWY_ATTR { return hn::LoadU(d, row + x); };
+    const auto put = [=](auto v, ColumnBuffer<std::uint8_t>& buffer) HWY_ATTR { hn::StoreU(v, d, buffer.data() + x); };
+    auto b = load(rows.cur[0]), m1 = load(rows.before[1]), p1 = load(rows.after[1]);
+    auto prevB = absDifference(load(rows.prev[0]), b), nextB = absDifference(load(rows.next[0]), b);
+    for (std::size_t row = 0; row < rowsAtOnce; ++row) {
+        const auto c = load(rows.cur[row + 1]);
+        const auto prevC = absDifference(load(rows.prev[row + 1]), c),
+                   nextC = absDifference(load(rows.next[row + 1]), c);
+        const auto f0 = absDifference(m1, p1), zero = hn::Zero(d);
+        const auto mostKept = hn::Max(hn::AverageRound(prevB, prevC), hn::AverageRound(nextB, nextC));
+        const auto delta = largest(floorMean(f0, zero), floorMean(prevB, prevC), floorMean(nextB, nextC));
+        const auto still = isStill(d, hn::Max(hn::AverageRound(f0, zero), mostKept), delta);
+        put(hn::Max(f0, mostKept), to[row].motion);
+
+        const auto t = hn::AverageRound(m1, p1), m2 = load(rows.before[row + 2]), p2 = load(rows.after[row + 2]);
+        const auto above = floorMean(load(rows.before[row]), load(rows.after[row])), below = floorMean(m2, p2);
+        const auto bound = hn::Max(delta, hn::AndNot(still, combOf(t, b, c, above, below)));
+        put(t, to[row].temporal);
+        put(bound, to[row].bound);
+        put(hn::VecFromMask(d, hn::Eq(bound, delta)), to[row].smooth);
+        b = c, prevB = prevC, nextB = nextC, m1 = m2, p1 = p2;
+    }
 }
 
-/// T + ((S - T) weight + 128 >> 8) on words, weight in 0 .. 256.
-template <class D, class V>
-HWY_INLINE V weighted(D, V t, V s, V weight) {
-    return hn::Add(t, hn::MulFixedPoint15(hn::ShiftLeft<1>(hn::Sub(s, t)), hn::ShiftLeft<6>(weight)));
+/// Everything but S, on columns [from, to) of the rows from y on.
+HWY_INLINE void makeMotionTerms(const BlendSources& sources, Chunk chunk, int y, std::uint8_t threshold,
+                                MotionTerms (&terms)[rowsAtOnce]) {
+    const MotionRows rows = motionRows(sources, y, chunk.from);
+    const StillTest isStill(threshold);
+    const int columns = chunk.to - chunk.from;
+    MotionTerms* const to = terms;
+    forEachRun<std::uint8_t>(columns, [=](auto d, int x) HWY_ATTR { putMotion(d, rows, x, isStill, to); });
+    for (MotionTerms& ofRow : terms) {
+        std::uint8_t* const motion = ofRow.motion.data();
+        motion[-1] = motion[0];
+        motion[columns] = motion[columns - 1];
+    }
 }
 
-/// The same on bytes, weight in 0 .. 255.
+/// T + ((S - T) weight + 128 >> 8) on words, weight in 0 .. 255.
+template <class V>
+HWY_INLINE V weighted(V t, V s, V weight) {
+    return hn::Add(t, hn::MulFixedPoint15(hn::Sub(s, t), hn::ShiftLeft<7>(weight)));
+}
+
+/// The same on bytes.
 template <class D8, class V>
 HWY_INLINE V weightedBytes(D8 d8, V t, V s, V weight) {
     if constexpr (hn::MaxLanes(d8) == 1) {
         const hn::Rebind<std::int16_t, D8> d16;
-        return hn::DemoteTo(d8,
-                            weighted(d16, hn::PromoteTo(d16, t), hn::PromoteTo(d16, s), hn::PromoteTo(d16, weight)));
+        return hn::DemoteTo(d8, weighted(hn::PromoteTo(d16, t), hn::PromoteTo(d16, s), hn::PromoteTo(d16, weight)));
     } else {
         const hn::RepartitionToWide<D8> du16;
         const hn::RebindToSigned<decltype(du16)> d16;
         const auto even = [=](auto v) HWY_ATTR { return hn::And(hn::BitCast(d16, v), hn::Set(d16, 255)); };
         const auto odd = [=](auto v) HWY_ATTR { return hn::BitCast(d16, hn::ShiftRight<8>(hn::BitCast(du16, v))); };
-        const auto low = weighted(d16, even(t), even(s), even(weight));
-        const auto high = weighted(d16, odd(t), odd(s), odd(weight));
+        const auto low = weighted(even(t), even(s), even(weight));
+        const auto high = weighted(odd(t), odd(s), odd(weight));
         return hn::BitCast(d8, hn::Or(low, hn::ShiftLeft<8>(high)));
     }
 }
 
+/// Mixes T and S by the motion.
+class MotionMixer {
+public:
+    explicit MotionMixer(const DeinterlaceBlendState& state)
+        : threshold0_(state.threshold(0)),
+          threshold1_(state.threshold(1)),
+          weight0_(static_cast<std::uint8_t>(state.weight(0))),
+          weight1_(static_cast<std::uint8_t>(state.weight(1))),
+          mixes0_(state.weight(0) < 256 ? 255 : 0),
+          mixes1_(state.weight(1) < 256 ? 255 : 0) {}
+
+    /// smooth: all ones where bound is delta.
+    template <class D, class V>
+    HWY_INLINE V operator()(D d, V t, V s, V motion, V smooth) const {
+        const auto still = hn::MaskFromVec(notAbove(d, motion, hn::Set(d, threshold0_)));
+        const V slow = notAbove(d, motion, hn::Set(d, threshold1_));
+        const V weight = hn::IfThenElse(still, hn::Set(d, weight0_), hn::Set(d, weight1_));
+        const V mixes = hn::IfThenElse(still, hn::Set(d, mixes0_), hn::And(slow, hn::Set(d, mixes1_)));
+        return hn::IfVecThenElse(hn::And(mixes, smooth), weightedBytes(d, t, s, weight), s);
+    }
+
+private:
+    std::uint8_t threshold0_, threshold1_, weight0_, weight1_;
+    std::uint8_t mixes0_, mixes1_;  // 0 for a weight of 256, which is no byte: S is then taken as it is
+};
+
 /// Clamps S and blends it with T.
-HWY_INLINE void blendChunk(const BlendTerms& terms, const Chunk& chunk, const DeinterlaceBlendState& state,
-                           std::uint8_t* out) {
+HWY_INLINE void blendChunk(const MotionTerms& terms, const ColumnBuffer<std::uint8_t>& adaptive, Chunk chunk,
+                           const DeinterlaceBlendState& state, std::uint8_t* out) {
     const int offset = chunk.begin - chunk.from;
     const std::uint8_t *temporal = terms.temporal.data() + offset, *bounds = terms.bound.data() + offset,
-                       *combed = terms.combed.data() + offset, *motion = terms.motion.data() + offset,
-                       *spatial = terms.spatial.data() + offset;
-    const std::uint8_t t0 = state.threshold(0), t1 = state.threshold(1);
-    // A weight of 256 is no byte: S is taken as it is.
-    const auto weight0 = static_cast<std::uint8_t>(state.weight(0)),
-               weight1 = static_cast<std::uint8_t>(state.weight(1));
-    const std::uint8_t whole0 = state.weight(0) == 256 ? 255 : 0, whole1 = state.weight(1) == 256 ? 255 : 0;
+                       *smooth = terms.smooth.data() + offset, *motion = terms.motion.data() + offset,
+                       *spatial = adaptive.data() + offset;
+    const MotionMixer mixed(state);
     forEachRun<std::uint8_t>(chunk.end - chunk.begin, [=](auto d, int i) HWY_ATTR {
-        const auto t = hn::LoadU(d, temporal + i), bound = hn::LoadU(d, bounds + i);
-        const auto s =
-            hn::Max(hn::Min(hn::LoadU(d, spatial + i), hn::SaturatedAdd(t, bound)), hn::SaturatedSub(t, bound));
-        const auto sides = floorMean(hn::LoadU(d, motion + i - 1), hn::LoadU(d, motion + i + 1));
-        const auto mu = hn::AverageRound(sides, hn::LoadU(d, motion + i));
-        const auto still = hn::Eq(hn::Max(mu, hn::Set(d, t0)), hn::Set(d, t0));
-        const auto moving = hn::Not(notAbove(d, mu, hn::Set(d, t1)));
-        const auto weight = hn::IfThenElse(still, hn::Set(d, weight0), hn::Set(d, weight1));
-        const auto whole = hn::IfThenElse(still, hn::Set(d, whole0), hn::Or(moving, hn::Set(d, whole1)));
-        const auto take = hn::Or(whole, hn::LoadU(d, combed + i));
-        hn::StoreU(hn::IfVecThenElse(take, s, weightedBytes(d, t, s, weight)), d, out + i);
+        const auto load = [=](const std::uint8_t* p) HWY_ATTR { return hn::LoadU(d, p + i); };
+        const auto t = load(temporal), bound = load(bounds);
+        const auto s = hn::Max(hn::Min(load(spatial), hn::SaturatedAdd(t, bound)), hn::SaturatedSub(t, bound));
+        const auto smoothed = hn::AverageRound(floorMean(load(motion - 1), load(motion + 1)), load(motion));
+        hn::StoreU(mixed(d, t, s, smoothed, load(smooth)), d, out + i);
     });
 }
 
-HWY_INLINE void blendRow(const BlendRows& rows, const DeinterlaceBlendState& state, BlendTerms& terms, int width,
-                         std::uint8_t* out) {
-    constexpr std::uint16_t strength = cavtStrength(1000);
-    forEachChunk(width, [&](const Chunk& chunk) HWY_ATTR {
-        makeTerms<2>(rows.spatial, chunk, terms.cavt);
-        for (int x = chunk.begin; x < chunk.end; x += 2 * pairsPerStep())
-            storeColumns(adapted(terms.cavt, (x - chunk.from) / 2, strength), terms.spatial.data() + (x - chunk.from));
-        makeMotionTerms(rows, chunk, state.threshold(0), terms);
-        blendChunk(terms, chunk, state, out + chunk.begin);
+/// Generated rows from y on; out has their places in the destination, no more than rowsAtOnce.
+HWY_INLINE void makeRows(const BlendSources& sources, const DeinterlaceBlendState& state, int y,
+                         std::span<std::uint8_t* const> out, int width, BlendTerms& terms) {
+    constexpr std::uint16_t strength = scaledStrength<2>(cavtStrength(1000));
+    constexpr int further = 2 * rowsAtOnce;
+    const CavtRows<2> rows = cavtRows<2>(sources.kept, {sources.before, sources.after}, y);
+    forEachChunk(width, [&](Chunk chunk) HWY_ATTR {
+        // What the next rows need besides is asked for in portions that the processor has room for.
+        const auto ask = [&](const FieldRows& field, int offset) HWY_ATTR {
+            for (int i = 0; i < rowsAtOnce; ++i) prefetch(field.row(y + further + offset + 2 * i), chunk);
+        };
+        ask(sources.kept, 3);
+        makeTerms<2>(rows, chunk, terms.cavt);
+        ask(sources.before, 2);
+        ask(sources.after, 2);
+        makeMotionTerms(sources, chunk, y, state.threshold(0), terms.motion);
+        ask(sources.keptPrev, 1);
+        ask(sources.keptNext, 1);
+        for (std::size_t i = 0; i < out.size(); ++i) {
+            forEachAdapted(terms.cavt[i], chunk, strength, [&](std::ptrdiff_t pair, const Columns& columns) HWY_ATTR {
+                storeColumns(columns, terms.spatial.data() + 2 * pair);
+            });
+            blendChunk(terms.motion[i], terms.spatial, chunk, state, out[i] + chunk.begin);
+        }
     });
 }
 
 void blendRows(const DeinterlaceBlendState& state, ConstViewU8 prev, ConstViewU8 cur, ConstViewU8 next, ViewU8 dst,
                BlendFields fields, int first, int last) {
-    const int made = fields.generateTop ? 0 : 1;
-    const bool keptIsEarlier = fields.topFirst != fields.generateTop, canMake = dst.height > 1;
+    const int made = fields.generateTop ? 0 : 1, kept = 1 - made;
+    const bool keptIsEarlier = fields.topFirst != fields.generateTop;
+    const BlendSources sources{FieldRows(cur, kept), FieldRows(prev, kept), FieldRows(next, kept),
+                               FieldRows(keptIsEarlier ? prev : cur, made),
+                               FieldRows(keptIsEarlier ? cur : next, made)};
     BlendTerms terms;
-    for (int y = first; y < last; ++y) {
-        if (y % 2 != made || !canMake) {
-            if (y % 2 == made || fields.copyKept) std::memcpy(dst.row(y), cur.row(y), std::size_t(dst.width));
-            continue;
+    for (int y = first; y < last; y += 2 * rowsAtOnce) {
+        const int end = std::min(last - y, 2 * rowsAtOnce) + y;
+        std::uint8_t* out[rowsAtOnce];
+        std::size_t rows = 0;
+        for (int row = y; row < end; ++row) {
+            if (row % 2 == made)
+                out[rows++] = dst.row(row);
+            else if (fields.copyKept)
+                std::memcpy(dst.row(row), cur.row(row), std::size_t(dst.width));
         }
-        const FieldRows kept(cur, 1 - made), keptBefore(prev, 1 - made), keptAfter(next, 1 - made);
-        const FieldRows before(keptIsEarlier ? prev : cur, made), after(keptIsEarlier ? cur : next, made);
-        const BlendRows rows{cavtRows<2>(kept, {before, after}, y), keptBefore.row(y - 1), keptBefore.row(y + 1),
-                             keptAfter.row(y - 1), keptAfter.row(y + 1)};
-        blendRow(rows, state, terms, dst.width, dst.row(y));
+        if (rows > 0) makeRows(sources, state, y % 2 == made ? y : y + 1, {out, rows}, dst.width, terms);
     }
 }
 
@@ -218,6 +302,8 @@ Status deinterlaceBlendRows(const DeinterlaceBlendState& state, ConstViewU8 prev
     if (const Status fault = checkSameSize(dst, prev, cur, next); fault != Status::ok) return fault;
     if (dst.width > state.maxWidth() || dst.height > state.maxHeight()) return Status::badSize;
     if (!holdsBand(dst.height, first, last)) return Status::badSize;
+    if (dst.height == 1)  // one of the fields has no row: the row is kept, or there is nothing to make it of
+        return fields.generateTop || fields.copyKept ? copy(cur, dst) : Status::ok;
     HWY_DYNAMIC_DISPATCH(blendRows)(state, prev, cur, next, dst, fields, first, last);
     return Status::ok;
 }

@@ -14,39 +14,41 @@
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
 
-/// Stores resultOf(pair) for each step of the chunk.
-template <class Result>
-HWY_INLINE void finishChunk(const Chunk& chunk, std::uint8_t* out, const Result& resultOf) {
-    const int step = 2 * pairsPerStep();
-    int x = chunk.begin;
-    for (; x + step <= chunk.end; x += step) storeColumns(resultOf((x - chunk.from) / 2), out + x);
-    if (x == chunk.end) return;
-    alignas(64) std::uint8_t last[2 * maxPairs];
-    storeColumns(resultOf((x - chunk.from) / 2), last);
-    std::memcpy(out + x, last, std::size_t(chunk.end - x));
+constexpr int rowsAtOnce = cavtRowsAtOnce<1>;
+
+/// A chunk of one generated row.
+HWY_INLINE void makeRow(const CavtTerms& terms, Chunk chunk, unsigned threshold, std::uint8_t* out) {
+    // Steps but the row's last one are whole.
+    const std::ptrdiff_t whole = chunk.end - 2 * pairsPerStep();
+    const auto put = [&](std::ptrdiff_t pair, const Columns& columns) HWY_ATTR {
+        const std::ptrdiff_t x = chunk.from + 2 * pair;
+        if (x <= whole) return storeColumns(columns, out + x);
+        alignas(64) std::uint8_t last[2 * maxPairs];
+        storeColumns(columns, last);
+        std::memcpy(out + x, last, std::size_t(chunk.end - x));
+    };
+    if (threshold != 0) return forEachAdapted(terms, chunk, scaledStrength<1>(cavtStrength(threshold)), put);
+    const WordTag d;
+    for (std::ptrdiff_t pair = (chunk.begin - chunk.from) / 2; 2 * pair < chunk.end - chunk.from;
+         pair += pairsPerStep())
+        put(pair, {hn::LoadU(d, terms.spatial.even() + pair), hn::LoadU(d, terms.spatial.odd() + pair)});
 }
 
 void cavtPairs(ConstViewU8 src, ViewU8 dst, unsigned threshold, int firstPair, int lastPair) {
-    const WordTag d;
     const FieldRows kept(src, 0), other(src, 1);
-    const std::uint16_t strength = threshold == 0 ? 0 : cavtStrength(threshold);
-    CavtTerms terms;
-    for (int y = 2 * firstPair + 1; y < 2 * lastPair; y += 2) {
-        std::memcpy(dst.row(y - 1), src.row(y - 1), std::size_t(dst.width));
-        const CavtRows<1> rows = cavtRows<1>(kept, {other}, y);
-        std::uint8_t* out = dst.row(y);
-        forEachChunk(dst.width, [&](const Chunk& chunk) HWY_ATTR {
-            makeTerms<1>(rows, chunk, terms);
-            if (threshold == 0) {
-                const auto spatial = [&](const std::int16_t* v, const std::int16_t* c)
-                                         HWY_ATTR { return hn::Sub(hn::LoadU(d, v), hn::LoadU(d, c)); };
-                finishChunk(chunk, out, [&](int pair) HWY_ATTR {
-                    return Columns{spatial(terms.value.even() + pair, terms.correction.even() + pair),
-                                   spatial(terms.value.odd() + pair, terms.correction.odd() + pair)};
-                });
-            } else {
-                finishChunk(chunk, out, [&](int pair) HWY_ATTR { return adapted(terms, pair, strength); });
+    CavtRowsTerms<1> terms;
+    for (int pair = firstPair; pair < lastPair; pair += rowsAtOnce) {
+        const int y = 2 * pair + 1, rows = std::min(rowsAtOnce, lastPair - pair);
+        const CavtRows<1> sources = cavtRows<1>(kept, {other}, y);
+        for (int i = 0; i < rows; ++i)
+            std::memcpy(dst.row(y - 1 + 2 * i), src.row(y - 1 + 2 * i), std::size_t(dst.width));
+        forEachChunk(dst.width, [&](Chunk chunk) HWY_ATTR {
+            for (int i = 0; i < rowsAtOnce; ++i) {
+                prefetch(kept.row(y + 3 + 2 * (rowsAtOnce + i)), chunk);
+                prefetch(other.row(y + 2 + 2 * (rowsAtOnce + i)), chunk);
             }
+            makeTerms<1>(sources, chunk, terms);
+            for (int i = 0; i < rows; ++i) makeRow(terms[i], chunk, threshold, dst.row(y + 2 * i));
         });
     }
 }

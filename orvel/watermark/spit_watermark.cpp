@@ -15,30 +15,19 @@ constexpr unsigned char bitLevel(unsigned int bit) noexcept {
     return bit != 0 ? 255 : 0;
 }
 
-/// The carrying samples of a packed picture's block: the first byte of every other pixel.
-template <class Body>
-void forEachCarrier(const UYVYImg& img, int x0, int y0, int width, int height, const Body& body) {
-    for (int y = y0; y < y0 + height; ++y)
-        for (int x = x0; x < x0 + width; x += 2) body(*img.getPixel(0, y, x));
-}
-
-/// Calls body(bit, column, row, width, height) for the block of each bit, lowest first, until it answers false.
-template <class Body>
-bool forEachBlock(int bits, int across, int down, int planeWidth, int planeHeight, const Body& body) {
-    const int width = planeWidth / across, height = planeHeight / down;
-    for (int bit = 0; bit < bits; ++bit)
-        if (!body(bit, bit % across * width, bit / across * height, width, height)) return false;
-    return true;
-}
-
 }  // namespace
 
+auto SpitWatermark::blockOf(int bit, int planeWidth, int planeHeight) noexcept -> Block {
+    const int width = planeWidth / DEFAULT_H_REGION, height = planeHeight / DEFAULT_V_REGION;
+    return {bit % DEFAULT_H_REGION * width, bit / DEFAULT_H_REGION * height, width, height};
+}
+
 bool SpitWatermark::write(Img& img, unsigned int value) {
-    if (I420Img* const planar = markable<I420Img>(img)) {
+    if (I420Img* const planar = markable<I420Img>(img, 2)) {
         _writeI420(*planar, value);
         return true;
     }
-    if (UYVYImg* const packed = markable<UYVYImg>(img)) {
+    if (UYVYImg* const packed = markable<UYVYImg>(img, 1)) {
         _writeUYVY(*packed, value);
         return true;
     }
@@ -47,8 +36,8 @@ bool SpitWatermark::write(Img& img, unsigned int value) {
 
 bool SpitWatermark::read(Img& img, unsigned int& value) {
     unsigned int bits = 0;
-    I420Img* const planar = markable<I420Img>(img);
-    UYVYImg* const packed = markable<UYVYImg>(img);
+    I420Img* const planar = markable<I420Img>(img, 2);
+    UYVYImg* const packed = markable<UYVYImg>(img, 1);
     const bool done = planar != nullptr ? _readI420(*planar, bits) : packed != nullptr && _readUYVY(*packed, bits);
     value = done ? bits : 0;
     return done;
@@ -56,23 +45,23 @@ bool SpitWatermark::read(Img& img, unsigned int& value) {
 
 void SpitWatermark::_writeI420(I420Img& img, unsigned int value) {
     const int pitch = img.getWidth(1);
-    const auto write = [&](int bit, int x, int y, int width, int height) {
-        _setBlock(value >> bit & 1, img.getPixels(1) + std::ptrdiff_t{y} * pitch + x, width, height, pitch);
-        return true;
-    };
-    forEachBlock(MAX_BIT_EMBEDDED, DEFAULT_H_REGION, DEFAULT_V_REGION, img.getWidth(1), img.getHeight(1), write);
+    for (int bit = 0; bit < MAX_BIT_EMBEDDED; ++bit) {
+        const Block block = blockOf(bit, img.getWidth(1), img.getHeight(1));
+        unsigned char* const start = img.getPixels(1) + std::ptrdiff_t{block.y} * pitch + block.x;
+        _setBlock(value >> bit & 1, start, block.width, block.height, pitch);
+    }
 }
 
 bool SpitWatermark::_readI420(I420Img& img, unsigned int& value) {
     const int pitch = img.getWidth(1);
-    const auto read = [&](int bit, int x, int y, int width, int height) {
+    for (int bit = 0; bit < MAX_BIT_EMBEDDED; ++bit) {
+        const Block block = blockOf(bit, img.getWidth(1), img.getHeight(1));
+        unsigned char* const start = img.getPixels(1) + std::ptrdiff_t{block.y} * pitch + block.x;
         unsigned char one = 0;
-        if (!_getBitFromBlock(one, img.getPixels(1) + std::ptrdiff_t{y} * pitch + x, width, height, pitch))
-            return false;
-        value |= static_cast<unsigned int>(one) << bit;
-        return true;
-    };
-    return forEachBlock(MAX_BIT_EMBEDDED, DEFAULT_H_REGION, DEFAULT_V_REGION, img.getWidth(1), img.getHeight(1), read);
+        if (!_getBitFromBlock(one, start, block.width, block.height, pitch)) return false;
+        value |= unsigned{one} << bit;
+    }
+    return true;
 }
 
 void SpitWatermark::_setBlock(unsigned int value, unsigned char* start, int width, int height, int pitch) {
@@ -89,25 +78,27 @@ bool SpitWatermark::_getBitFromBlock(unsigned char& bit, unsigned char* start, i
 }
 
 void SpitWatermark::_writeUYVY(UYVYImg& img, unsigned int value) {
-    const auto write = [&](int bit, int x, int y, int width, int height) {
-        forEachCarrier(img, x, y, width, height, [&](std::uint8_t& sample) { sample = bitLevel(value >> bit & 1); });
-        return true;
-    };
-    forEachBlock(MAX_BIT_EMBEDDED, DEFAULT_H_REGION, DEFAULT_V_REGION, img.getWidth(0), img.getHeight(0), write);
+    for (int bit = 0; bit < MAX_BIT_EMBEDDED; ++bit) {
+        const Block block = blockOf(bit, img.getWidth(0), img.getHeight(0));
+        for (int y = block.y; y < block.y + block.height; ++y)
+            for (int x = block.x; x < block.x + block.width; x += 2)
+                *img.getPixel(0, y, x) = bitLevel(value >> bit & 1);
+    }
 }
 
 bool SpitWatermark::_readUYVY(UYVYImg& img, unsigned int& value) {
-    const auto read = [&](int bit, int x, int y, int width, int height) {
+    for (int bit = 0; bit < MAX_BIT_EMBEDDED; ++bit) {
+        const Block block = blockOf(bit, img.getWidth(0), img.getHeight(0));
         // The divisor counts every pixel though only every other one carries: white blocks have a mean of 127.5.
-        const double area = double(width) * height;
+        const double area = double(block.width) * block.height;
         double mean = 0;
-        forEachCarrier(img, x, y, width, height, [&](const std::uint8_t& sample) { mean += sample / area; });
+        for (int y = block.y; y < block.y + block.height; ++y)
+            for (int x = block.x; x < block.x + block.width; x += 2) mean += *img.getPixel(0, y, x) / area;
         unsigned char one = 0;
         if (!bitOfMean(one, mean)) return false;
-        value |= static_cast<unsigned int>(one) << bit;
-        return true;
-    };
-    return forEachBlock(MAX_BIT_EMBEDDED, DEFAULT_H_REGION, DEFAULT_V_REGION, img.getWidth(0), img.getHeight(0), read);
+        value |= unsigned{one} << bit;
+    }
+    return true;
 }
 
 bool SpitWatermark::bitOfMean(unsigned char& bit, double mean) noexcept {

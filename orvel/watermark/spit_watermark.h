@@ -21,7 +21,7 @@ class UYVYImg;
 class ORVEL_API SpitWatermark {
 public:
     /// @return false, with nothing written, for a picture below 64 x 32 or one that is no I420Img or UYVYImg with that
-    /// format's code and planes.
+    /// format's code, or lacks the plane of the blocks.
     [[nodiscard]] static bool write(Img& img, unsigned int value);
     /// A block with a mean of at most 100 reads as 0, of at least 125 as 1.
     /// @return false, with value 0, when the picture is refused as by write() or the mean of a block lies between.
@@ -35,6 +35,11 @@ private:
     static constexpr std::int32_t ZERO_REGION_MAX = 100;
     static constexpr std::int32_t ONE_REGION_MIN = 125;
     static constexpr std::int32_t ONE_REGION_MAX = 256;
+
+    struct Block {
+        int x, y, width, height;
+    };
+    static Block blockOf(int bit, int planeWidth, int planeHeight) noexcept;
 
     static void _writeI420(I420Img& img, unsigned int value);
     static void _writeUYVY(UYVYImg& img, unsigned int value);

@@ -165,8 +165,8 @@ bool UnifiedWatermark<T>::encodeReadable(T& img, BGRImg& readable) {
 
 template <class T>
 bool UnifiedWatermark<T>::decode(T& img, TimeCodeValue& tc) {
-    if (!isLargeEnough(chroma<const std::uint8_t>(img, 1))) return false;
     bits_.fill(0);
+    if (!isLargeEnough(chroma<const std::uint8_t>(img, 1))) return false;
     const Grid before = grid_;
     if (!decodeKeyPattern(img) || !decodeWatermarkBits(img)) {
         grid_ = before;

@@ -12,8 +12,9 @@ class I420Img;
 class YV16Img;
 
 /// Carries a time code through a picture as a grid of flat blocks in both chroma planes. The reader looks for the grid
-/// from the edges of the picture, so that it survives scaling, shifts and changed levels. Luma is neither read nor
-/// written. T is I420Img or YV16Img.
+/// from the edges of the picture, so that it survives scaling, shifts and levels that are up to 24 off; docs/quality.md
+/// tells what it does not survive. Luma is neither read nor written, and plane 1 alone is read. T is I420Img or
+/// YV16Img.
 ///
 /// The grid has 7 x 6 cells between the first and the seventh eighth of the width and the first and the sixth of the
 /// height. The first and the last cell are keys; the forty between them, row by row, are the bit form of

@@ -8,6 +8,7 @@
 #include <iterator>
 
 #include "orvel/img/i420_img.h"
+#include "orvel/img/plane_access.h"
 #include "orvel/img/uyvy_img.h"
 #include "orvel/watermark/marked_picture.h"
 
@@ -60,11 +61,11 @@ void Watermark::forEachLumaRun(int line, int width, const Body& body) {
 }
 
 bool Watermark::write(Img& img) {
-    if (UYVYImg* const packed = markable<UYVYImg>(img)) {
+    if (UYVYImg* const packed = markable<UYVYImg>(img, 1)) {
         writeUYVY(*packed);
         return true;
     }
-    if (I420Img* const planar = markable<I420Img>(img)) {
+    if (I420Img* const planar = markable<I420Img>(img, 3)) {
         writeI420(*planar);
         return true;
     }
@@ -113,7 +114,7 @@ int Watermark::lumaNumber(const I420Img& img, int line) noexcept {
 }
 
 bool Watermark::read(Img& img, int& line) {
-    I420Img* const planar = markable<I420Img>(img);
+    I420Img* const planar = markable<I420Img>(img, 3);
     return planar != nullptr && readI420(*planar, line);
 }
 
@@ -133,7 +134,7 @@ bool Watermark::readI420(I420Img& img, int& line) {
 }
 
 bool Watermark::searchWatermark(I420Img& img, bool allowField) {
-    if (markable<I420Img>(img) == nullptr) return false;
+    if (markable<I420Img>(img, 1) == nullptr) return false;
     std::array<bool, markedLines> matches;
     for (int line = 0; line < markedLines; ++line)
         matches[static_cast<std::size_t>(line)] = lumaNumber(img, line) == line;

@@ -23,7 +23,7 @@ class UYVYImg;
 class ORVEL_API Watermark {
 public:
     /// @return false, with nothing written, for a picture below 64 x 32 or one that is no I420Img or UYVYImg with that
-    /// format's code and planes.
+    /// format's code, or lacks a plane.
     [[nodiscard]] static bool write(Img& img);
     /// Reads the number that a line of an I420Img carries. Chroma is looked at in row line of its planes (not line /
     /// 2), by design, so that lines 0 to 2 can be read; chroma must be one mark's level, near 102 or 154.
@@ -31,9 +31,9 @@ public:
     /// @return false, with line unchanged, when the picture is refused as by write() or no I420Img, the line is not in
     /// it, or what stands there is no mark.
     [[nodiscard]] static bool read(Img& img, int& line);
-    /// Looks for the mark in place, by luma alone: lines 0 to 3 or 2 to 5 (or all) must carry their numbers.
+    /// Looks for the mark in place, in luma alone: lines 0 to 3 or 2 to 5 (or all) must carry their numbers.
     /// @param allowField  lines 1, 3 and 5, or 0, 2 and 4, are enough.
-    /// @return true when found; false also for a picture that is refused.
+    /// @return true when found; false also for luma below 64 x 32 and for another format's code.
     [[nodiscard]] static bool searchWatermark(I420Img& img, bool allowField);
 
 private:

@@ -112,9 +112,10 @@ void compare(const Frames& frames, const Settings& settings, BlendFields fields)
     constexpr std::uint8_t untouched = 91;
     Plane8 dst(width, height, 3, 67);
     dst.fill(untouched);
-    for (int y = height - 1; y >= 0; --y)  // bands of one row each
+    // Bands from the last row up, of 1, 2, 4 .. rows.
+    for (int last = height, rows = 1; last > 0; last -= rows, rows *= 2)
         ASSERT_EQ(deinterlaceBlendRows(state, frames.prev.view(), frames.cur.view(), frames.next.view(), dst.view(),
-                                       fields, y, y + 1),
+                                       fields, std::max(0, last - rows), last),
                   Status::ok);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
@@ -125,6 +126,11 @@ void compare(const Frames& frames, const Settings& settings, BlendFields fields)
                                               << describe(fields) << " t0 " << settings.thresholds[0];
         }
     ASSERT_TRUE(dst.guardsIntact()) << width << " x " << height;
+    Plane8 whole(width, height);
+    whole.fill(untouched);
+    ASSERT_EQ(deinterlaceBlend(state, frames.prev.view(), frames.cur.view(), frames.next.view(), whole.view(), fields),
+              Status::ok);
+    ASSERT_EQ(whole.difference(dst), "") << describe(fields);
 }
 
 /// prev and next are content of their own or cur with a little noise, so that every branch is taken.

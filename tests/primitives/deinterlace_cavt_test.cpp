@@ -31,13 +31,17 @@ int expected(const Plane8& src, int x, int y, unsigned threshold) {
 void compare(const Plane8& src, unsigned threshold) {
     const int width = src.width(), height = src.height(), pairs = height / 2;
     Plane8 dst(width, height, 3, 67);
-    for (int pair = pairs - 1; pair >= 0; --pair)  // bands of one pair each
-        ASSERT_EQ(deinterlaceCavtRows(src.view(), dst.view(), threshold, pair, pair + 1), Status::ok);
+    // Bands from the last pair up, of 1, 2, 4 .. pairs.
+    for (int last = pairs, count = 1; last > 0; last -= count, count *= 2)
+        ASSERT_EQ(deinterlaceCavtRows(src.view(), dst.view(), threshold, std::max(0, last - count), last), Status::ok);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x)
             ASSERT_EQ(dst.at(x, y), expected(src, x, y, threshold))
                 << width << " x " << height << " threshold " << threshold << " at " << x << ", " << y;
     ASSERT_TRUE(dst.guardsIntact()) << width << " x " << height;
+    Plane8 whole(width, height);
+    ASSERT_EQ(deinterlaceCavt(src.view(), whole.view(), threshold), Status::ok);
+    ASSERT_EQ(whole.difference(dst), "");
 }
 
 TEST_P(DeinterlaceCavtTest, EqualsTheFormulaForEverySize) {

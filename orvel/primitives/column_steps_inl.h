@@ -1,0 +1,119 @@
+// Per-target include guard: foreach_target.h includes this file once for every CPU target.
+#if defined(ORVEL_PRIMITIVES_COLUMN_STEPS_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ORVEL_PRIMITIVES_COLUMN_STEPS_INL_H_
+#undef ORVEL_PRIMITIVES_COLUMN_STEPS_INL_H_
+#else
+#define ORVEL_PRIMITIVES_COLUMN_STEPS_INL_H_
+#endif
+
+#include <hwy/cache_control.h>
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+// Rows taken in steps of whole vectors of words, even and odd columns apart: bytes become words and words bytes without
+// leaving their place.
+
+HWY_BEFORE_NAMESPACE();
+namespace Orvel::primitives::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+using WordTag = hn::ScalableTag<std::int16_t>;
+using UnsignedWordTag = hn::RebindToUnsigned<WordTag>;
+using Word = hn::Vec<WordTag>;
+
+/// A step: a vector of even columns and a vector of the odd ones between them.
+struct Columns {
+    Word even, odd;
+};
+inline constexpr int maxPairs = int(hn::MaxLanes(WordTag()));
+HWY_INLINE int pairsPerStep() {
+    return int(hn::Lanes(WordTag()));
+}
+
+/// Columns 0, 2, 4 .. of a step.
+HWY_INLINE Word loadEven(const std::uint8_t* p) {
+    const WordTag d;
+#if HWY_TARGET == HWY_SCALAR
+    return hn::Set(d, p[0]);
+#else
+    return hn::And(hn::BitCast(d, hn::LoadU(hn::Repartition<std::uint8_t, WordTag>(), p)), hn::Set(d, 255));
+#endif
+}
+
+/// Columns 1, 3, 5 .. of a step.
+HWY_INLINE Word loadOdd(const std::uint8_t* p) {
+    const WordTag d;
+#if HWY_TARGET == HWY_SCALAR
+    return hn::Set(d, p[1]);
+#else
+    const auto bytes = hn::LoadU(hn::Repartition<std::uint8_t, WordTag>(), p);
+    return hn::BitCast(d, hn::ShiftRight<8>(hn::BitCast(UnsignedWordTag(), bytes)));
+#endif
+}
+
+/// The values are in 0 .. 255.
+HWY_INLINE void storeColumns(const Columns& columns, std::uint8_t* p) {
+#if HWY_TARGET == HWY_SCALAR
+    p[0] = static_cast<std::uint8_t>(hn::GetLane(columns.even));
+    p[1] = static_cast<std::uint8_t>(hn::GetLane(columns.odd));
+#else
+    const hn::Repartition<std::uint8_t, WordTag> d8;
+    hn::StoreU(hn::BitCast(d8, hn::Or(columns.even, hn::ShiftLeft<8>(columns.odd))), d8, p);
+#endif
+}
+
+/// Part of a row that is worked on at once, so that what is known about its columns stays in a near cache:
+/// columns [begin, end), for which terms of [from, to) are needed. Sides that are not the row's are whole steps apart.
+struct Chunk {
+    int begin, end, from, to;
+};
+inline constexpr int chunkColumns = 1024;
+
+template <class Body>
+HWY_INLINE void forEachChunk(int width, const Body& body) {
+    const int step = 2 * pairsPerStep();
+    for (int begin = 0, end; begin < width; begin = end) {
+        end = begin + std::min(width - begin, chunkColumns);
+        body(Chunk{begin, end, std::max(0, begin - step), end + std::min(width - end, step)});
+    }
+}
+
+/// Asks for a chunk of a row that will be needed soon: the processor sees too many rows at a time to foresee them.
+HWY_INLINE void prefetch(const std::uint8_t* row, Chunk chunk) {
+    constexpr int cacheLine = 64;
+    for (int x = chunk.begin; x < chunk.end; x += cacheLine) hwy::Prefetch(row + x);
+}
+
+/// Room for something that each column of a chunk has, from column from on, with a margin before and after.
+template <class T>
+struct ColumnBuffer {
+    static constexpr int margin = 64;
+    alignas(64) T values[margin + chunkColumns + 3 * 2 * maxPairs + margin];
+    T* data() { return values + margin; }
+    const T* data() const { return values + margin; }
+};
+
+/// The same with even and odd columns apart.
+template <class T>
+struct PairBuffer {
+    static constexpr int margin = 64 / int(sizeof(T));
+    alignas(64) T values[2][margin + chunkColumns / 2 + 3 * maxPairs + margin];
+    T* even() { return values[0] + margin; }
+    T* odd() { return values[1] + margin; }
+    const T* even() const { return values[0] + margin; }
+    const T* odd() const { return values[1] + margin; }
+    T* at(std::size_t parity) { return values[parity] + margin; }
+};
+
+/// A column before the first pair and one after the last one repeat the row's border columns.
+HWY_INLINE void repeatBorders(PairBuffer<std::int16_t>& terms, std::ptrdiff_t pairs) {
+    terms.even()[-1] = terms.odd()[-1] = terms.even()[0];
+    terms.even()[pairs] = terms.odd()[pairs] = terms.odd()[pairs - 1];
+}
+
+}  // namespace Orvel::primitives::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+#endif  // per-target include guard
