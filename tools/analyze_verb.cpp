@@ -71,16 +71,16 @@ void analyzeClip(const AnalyzeOptions& options) {
 
 }  // namespace
 
-void addAnalyze(CLI::App& program) {
-    auto* verb = program.add_subcommand("analyze", "Measure motion, noise and scene cuts of a clip, frame by frame");
+void addAnalyze(Verb& program) {
+    Verb verb = program.addVerb("analyze", "Measure motion, noise and scene cuts of a clip, frame by frame");
     auto options = std::make_shared<AnalyzeOptions>();
-    verb->footer(recordHelp);
-    addInput(*verb, options->input);
-    addRecordOutput(*verb, options->output);
-    verb->add_option("--denoise", options->strength, "strength that the noise filter would be given, 0 to 7; default 3")
-        ->check(CLI::Range(0, 7));
-    addInputOptions(*verb, options->source);
-    verb->callback([options] { analyzeClip(*options); });
+    verb.footer(recordHelp);
+    addInput(verb, options->input);
+    addRecordOutput(verb, options->output);
+    verb.addOption("--denoise", options->strength, "strength that the noise filter would be given, 0 to 7; default 3")
+        .range(0, 7);
+    addInputOptions(verb, options->source);
+    verb.action([options] { analyzeClip(*options); });
 }
 
 }  // namespace OrvelTool

@@ -107,18 +107,17 @@ void compareClips(const CompareOptions& options) {
 
 }  // namespace
 
-void addCompare(CLI::App& program) {
-    auto* verb =
-        program.add_subcommand("compare", "Tell whether two clips hold the same pictures, and how they differ");
+void addCompare(Verb& program) {
+    Verb verb = program.addVerb("compare", "Tell whether two clips hold the same pictures, and how they differ");
     auto options = std::make_shared<CompareOptions>();
-    verb->footer(compareHelp);
-    verb->add_option("A", options->a, "file, or - for standard input")->required();
-    verb->add_option("B", options->b, "file, or - for standard input")->required();
-    verb->add_flag("--json", options->json, "the record as JSON");
-    verb->add_option("--b-size", options->other.size, "--size of B, where it is not that of A");
-    verb->add_option("--b-format", options->other.format, "--format of B, where it is not that of A");
-    addInputOptions(*verb, options->source);
-    verb->callback([options] { compareClips(*options); });
+    verb.footer(compareHelp);
+    verb.addOption("A", options->a, "file, or - for standard input").required();
+    verb.addOption("B", options->b, "file, or - for standard input").required();
+    verb.addFlag("--json", options->json, "the record as JSON");
+    verb.addOption("--b-size", options->other.size, "--size of B, where it is not that of A");
+    verb.addOption("--b-format", options->other.format, "--format of B, where it is not that of A");
+    addInputOptions(verb, options->source);
+    verb.action([options] { compareClips(*options); });
 }
 
 }  // namespace OrvelTool

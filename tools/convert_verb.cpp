@@ -36,18 +36,18 @@ void convertClip(const ConvertOptions& options) {
 
 }  // namespace
 
-void addConvert(CLI::App& program) {
-    auto* verb = program.add_subcommand("convert", "Change the layout of a clip's pictures, frame by frame");
+void addConvert(Verb& program) {
+    Verb verb = program.addVerb("convert", "Change the layout of a clip's pictures, frame by frame");
     auto options = std::make_shared<ConvertOptions>();
-    addInput(*verb, options->input);
-    addClipOutput(*verb, options->output);
-    verb->add_flag("--interlaced", options->interlaced,
-                   "resample chroma within fields; what a Y4M header tells counts too");
-    verb->add_option("--matrix", options->matrix,
-                     "RGB: 601 (BT.601, RGB 0..255) or 709 (BT.709, RGB 16..235); default 601")
-        ->check(CLI::IsMember({"601", "709"}));
-    addInputOptions(*verb, options->source);
-    verb->callback([options] { convertClip(*options); });
+    addInput(verb, options->input);
+    addClipOutput(verb, options->output);
+    verb.addFlag("--interlaced", options->interlaced,
+                 "resample chroma within fields; what a Y4M header tells counts too");
+    verb.addOption("--matrix", options->matrix,
+                   "RGB: 601 (BT.601, RGB 0..255) or 709 (BT.709, RGB 16..235); default 601")
+        .oneOf({"601", "709"});
+    addInputOptions(verb, options->source);
+    verb.action([options] { convertClip(*options); });
 }
 
 }  // namespace OrvelTool

@@ -46,15 +46,15 @@ void hashClip(const HashOptions& options) {
 
 }  // namespace
 
-void addHash(CLI::App& program) {
-    auto* verb = program.add_subcommand("hash", "Tell the SHA-256 of each picture of a clip, or of all together");
+void addHash(Verb& program) {
+    Verb verb = program.addVerb("hash", "Tell the SHA-256 of each picture of a clip, or of all together");
     auto options = std::make_shared<HashOptions>();
-    verb->footer(hashHelp);
-    addInput(*verb, options->input);
-    addRecordOutput(*verb, options->output);
-    verb->add_flag("--whole", options->whole, "one hash of all pictures");
-    addInputOptions(*verb, options->source);
-    verb->callback([options] { hashClip(*options); });
+    verb.footer(hashHelp);
+    addInput(verb, options->input);
+    addRecordOutput(verb, options->output);
+    verb.addFlag("--whole", options->whole, "one hash of all pictures");
+    addInputOptions(verb, options->source);
+    verb.action([options] { hashClip(*options); });
 }
 
 }  // namespace OrvelTool

@@ -16,8 +16,7 @@ int complain(std::string_view message, ExitCode code) {
     return static_cast<int>(code);
 }
 
-void describeProgram(CLI::App& program) {
-    program.require_subcommand(1);
+void describeProgram(OrvelTool::Verb program) {
     program.footer(
         "Files: Y4M (4:2:0, 4:2:2, 16-bit 4:2:2) and headerless pictures; - is standard input or output.\n"
         "Exit codes: 0 done, 1 the answer is no, 2 usage, 3 input unreadable or truncated, 4 parameters refused,\n"
@@ -34,14 +33,13 @@ void describeProgram(CLI::App& program) {
     OrvelTool::addHash(program);
 }
 
-int run(CLI::App& program, int argc, char** argv) {
+int run(OrvelTool::CommandLine& commandLine, int argc, char** argv) {
     try {
-        program.parse(argc, argv);
+        if (!commandLine.run(argc, argv)) return static_cast<int>(ExitCode::done);  // --help
         if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
             return complain("standard output: cannot be written", ExitCode::outputFailed);
         return static_cast<int>(ExitCode::done);
-    } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return program.exit(error);  // --help
+    } catch (const OrvelTool::UsageError& error) {
         return complain(fmt::format("{}; see orvelvis VERB --help", error.what()), ExitCode::usage);
     } catch (const OrvelTool::ToolError& error) {
         return complain(error.what(), error.code());
@@ -58,7 +56,7 @@ int run(CLI::App& program, int argc, char** argv) {
 
 int main(int argc, char** argv) {
     OrvelTool::catchSignals();
-    CLI::App program("Processes uncompressed video frames.", "orvelvis");
-    describeProgram(program);
-    return run(program, argc, argv);
+    OrvelTool::CommandLine commandLine("orvelvis", "Processes uncompressed video frames.");
+    describeProgram(commandLine.program());
+    return run(commandLine, argc, argv);
 }

@@ -131,54 +131,51 @@ void checkLines(const ReadOptions& options) {
 using Write = void(const WriteOptions&);
 using Read = void(const ReadOptions&);
 
-std::shared_ptr<WriteOptions> addWriter(CLI::App& verb, Write* write) {
+std::shared_ptr<WriteOptions> addWriter(Verb& verb, Write* write) {
     auto options = std::make_shared<WriteOptions>();
     addInput(verb, options->input);
     addClipOutput(verb, options->output);
     addInputOptions(verb, options->source);
-    verb.callback([options, write] { write(*options); });
+    verb.action([options, write] { write(*options); });
     return options;
 }
 
-std::shared_ptr<ReadOptions> addReader(CLI::App& verb, Read* read) {
+std::shared_ptr<ReadOptions> addReader(Verb& verb, Read* read) {
     auto options = std::make_shared<ReadOptions>();
     addInput(verb, options->input);
     addRecordOutput(verb, options->output);
     addInputOptions(verb, options->source);
-    verb.callback([options, read] { read(*options); });
+    verb.action([options, read] { read(*options); });
     return options;
 }
 
 }  // namespace
 
-void addMark(CLI::App& program) {
-    auto* verb = program.add_subcommand("mark", "Write a number into a clip's pictures as large blocks, or read it");
-    verb->require_subcommand(1);
-    auto* write = verb->add_subcommand("write", "Fill chroma with a value as 8x4 blocks: the picture loses its colour");
-    auto options = addWriter(*write, writeBlocks);
-    write->add_option("--value", options->value, "0 to 4294967295, also as 0x80000001")->required();
-    write->add_flag("--count", options->count, "add 1 from each frame to the next");
-    auto* read = verb->add_subcommand("read", "Read the value of each frame; exit code 1 when a frame holds none");
-    auto readOptions = addReader(*read, readBlocks);
-    auto* expect = read->add_option("--expect", readOptions->expected, "exit code 1 also for another value than this");
-    read->add_flag("--count", readOptions->count, "expect 1 more from each frame to the next")->needs(expect);
-    read->footer(blocksHelp);
+void addMark(Verb& program) {
+    Verb verb = program.addVerb("mark", "Write a number into a clip's pictures as large blocks, or read it");
+    Verb write = verb.addVerb("write", "Fill chroma with a value as 8x4 blocks: the picture loses its colour");
+    auto options = addWriter(write, writeBlocks);
+    write.addOption("--value", options->value, "0 to 4294967295, also as 0x80000001").required();
+    write.addFlag("--count", options->count, "add 1 from each frame to the next");
+    Verb read = verb.addVerb("read", "Read the value of each frame; exit code 1 when a frame holds none");
+    auto readOptions = addReader(read, readBlocks);
+    read.addOption("--expect", readOptions->expected, "exit code 1 also for another value than this");
+    read.addFlag("--count", readOptions->count, "expect 1 more from each frame to the next").needs("--expect");
+    read.footer(blocksHelp);
 }
 
-void addLines(CLI::App& program) {
-    auto* verb = program.add_subcommand(
-        "lines", "Number a clip's first six lines, or check whether they are still in their place");
-    verb->require_subcommand(1);
-    auto* write = verb->add_subcommand("write", "Mark the first six lines with their numbers, at both edges");
-    addWriter(*write, writeLines);
-    auto* check = verb->add_subcommand(
+void addLines(Verb& program) {
+    Verb verb =
+        program.addVerb("lines", "Number a clip's first six lines, or check whether they are still in their place");
+    Verb write = verb.addVerb("write", "Mark the first six lines with their numbers, at both edges");
+    addWriter(write, writeLines);
+    Verb check = verb.addVerb(
         "check",
         "Read the lines' numbers; exit code 1 when lines 0 to 3, or 2 to 5, of a frame are not in their place");
-    auto options = addReader(*check, checkLines);
-    auto* field =
-        check->add_flag("--field", options->field, "one field in its place is enough: lines 0, 2, 4 or 1, 3, 5");
-    check->add_flag("--strict", options->strict, "all six lines must be in their place")->excludes(field);
-    check->footer(
+    auto options = addReader(check, checkLines);
+    check.addFlag("--field", options->field, "one field in its place is enough: lines 0, 2, 4 or 1, 3, 5");
+    check.addFlag("--strict", options->strict, "all six lines must be in their place").excludes("--field");
+    check.footer(
         "A record for each frame: frame, counted from 0; line_0 to line_5, the numbers that the lines carry; fault, "
         "the\n"
         "first line that is out of its place. What there is not is empty (CSV) or null (JSON).");

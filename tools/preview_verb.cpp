@@ -193,29 +193,27 @@ private:
 
 }  // namespace
 
-void addPreview(CLI::App& program) {
-    auto* verb = program.add_subcommand("preview", "Draw a contact sheet of a clip's frames as a PNG file");
+void addPreview(Verb& program) {
+    Verb verb = program.addVerb("preview", "Draw a contact sheet of a clip's frames as a PNG file");
     auto options = std::make_shared<PreviewOptions>();
-    addInput(*verb, options->input);
-    verb->add_option("OUTPUT", options->output, "PNG file, or - for standard output")->required();
-    verb->add_option("--frames", options->frames, "number of pictures, default 8")->check(CLI::Range(1, 1000));
-    verb->add_option("--every", options->every, "take every Kth frame; default: spread over the clip")
-        ->check(CLI::Range(1, 1000000));
-    verb->add_option("--columns", options->columns, "pictures in a row")->check(CLI::Range(1, 1000));
-    verb->add_option("--tile-width", options->tileWidth, "wider pictures are reduced by a whole factor; default 720")
-        ->check(CLI::Range(16, 8192));
-    verb->add_flag("--fields", options->fields,
-                   "show the two fields apart: the top field above the bottom field, each of half the height");
-    verb->add_flag("--motion", options->motion,
-                   "draw arrows from where things are to where they were in the frame before, block by block as the "
-                   "noise filter finds them; with --fields field by field");
-    verb->add_option("--matrix", options->matrix, "601 or 709; default: 709 from 720 lines on")
-        ->check(CLI::IsMember({"601", "709"}));
-    auto* beside = verb->add_option("--beside", options->beside, "another clip, shown to the right of each picture");
-    verb->add_option("--beside-size", options->besideSource.size, "WIDTHxHEIGHT of a headerless one")->needs(beside);
-    verb->add_option("--beside-format", options->besideSource.format, "format of a headerless one")->needs(beside);
-    addInputOptions(*verb, options->source);
-    verb->callback([options] { writePng(options->output, ContactSheet(*options).draw()); });
+    addInput(verb, options->input);
+    verb.addOption("OUTPUT", options->output, "PNG file, or - for standard output").required();
+    verb.addOption("--frames", options->frames, "number of pictures, default 8").range(1, 1000);
+    verb.addOption("--every", options->every, "take every Kth frame; default: spread over the clip").range(1, 1000000);
+    verb.addOption("--columns", options->columns, "pictures in a row").range(1, 1000);
+    verb.addOption("--tile-width", options->tileWidth, "wider pictures are reduced by a whole factor; default 720")
+        .range(16, 8192);
+    verb.addFlag("--fields", options->fields,
+                 "show the two fields apart: the top field above the bottom field, each of half the height");
+    verb.addFlag("--motion", options->motion,
+                 "draw arrows from where things are to where they were in the frame before, block by block as the "
+                 "noise filter finds them; with --fields field by field");
+    verb.addOption("--matrix", options->matrix, "601 or 709; default: 709 from 720 lines on").oneOf({"601", "709"});
+    verb.addOption("--beside", options->beside, "another clip, shown to the right of each picture");
+    verb.addOption("--beside-size", options->besideSource.size, "WIDTHxHEIGHT of a headerless one").needs("--beside");
+    verb.addOption("--beside-format", options->besideSource.format, "format of a headerless one").needs("--beside");
+    addInputOptions(verb, options->source);
+    verb.action([options] { writePng(options->output, ContactSheet(*options).draw()); });
 }
 
 }  // namespace OrvelTool

@@ -51,13 +51,13 @@ void probe(const ProbeOptions& options) {
 
 }  // namespace
 
-void addProbe(CLI::App& program) {
-    auto* verb = program.add_subcommand("probe", "Tell format, size, frames, rate and interlacing of a clip");
+void addProbe(Verb& program) {
+    Verb verb = program.addVerb("probe", "Tell format, size, frames, rate and interlacing of a clip");
     auto options = std::make_shared<ProbeOptions>();
-    addInput(*verb, options->input);
-    verb->add_flag("--json", options->json, "the record as JSON; null stands for unknown");
-    addInputOptions(*verb, options->source);
-    verb->callback([options] { probe(*options); });
+    addInput(verb, options->input);
+    verb.addFlag("--json", options->json, "the record as JSON; null stands for unknown");
+    addInputOptions(verb, options->source);
+    verb.action([options] { probe(*options); });
 }
 
 }  // namespace OrvelTool

@@ -60,71 +60,69 @@ void processClip(const ProcessOptions& options) {
     }
 }
 
-void addGeometry(CLI::App& verb, ProcessTexts& texts) {
+void addGeometry(Verb& verb, ProcessTexts& texts) {
     const std::string group = "Geometry";
-    verb.add_option("--crop", texts.crop, "WxH+X+Y: the part of the source that is used")->group(group);
-    auto* scale = verb.add_option("--scale", texts.scale, "WxH: size of the picture afterwards")->group(group);
-    auto* canvas = verb.add_option("--canvas", texts.canvas, "WxH: size of the output around it")->group(group);
-    verb.add_option("--place", texts.place, "WxH+X+Y: where the picture goes on the canvas, scaled to this size")
-        ->group(group)
-        ->needs(canvas)
-        ->excludes(scale);
-    verb.add_option("--background", texts.background, "Y,U,V of the canvas, default 16,128,128")
-        ->group(group)
-        ->needs(canvas);
-    verb.add_option("--interp", texts.interp, "scaling method: " + interpNames())->group(group);
+    verb.addOption("--crop", texts.crop, "WxH+X+Y: the part of the source that is used").group(group);
+    verb.addOption("--scale", texts.scale, "WxH: size of the picture afterwards").group(group);
+    verb.addOption("--canvas", texts.canvas, "WxH: size of the output around it").group(group);
+    verb.addOption("--place", texts.place, "WxH+X+Y: where the picture goes on the canvas, scaled to this size")
+        .group(group)
+        .needs("--canvas")
+        .excludes("--scale");
+    verb.addOption("--background", texts.background, "Y,U,V of the canvas, default 16,128,128")
+        .group(group)
+        .needs("--canvas");
+    verb.addOption("--interp", texts.interp, "scaling method: " + interpNames()).group(group);
 }
 
-void addFieldsAndRate(CLI::App& verb, ProcessTexts& texts) {
+void addFieldsAndRate(Verb& verb, ProcessTexts& texts) {
     const std::string group = "Fields and rate";
-    verb.add_option("--deinterlace", texts.deinterlace,
-                    "what becomes of interlaced pictures: off (default) keeps them interlaced, triangle filters "
-                    "vertically, cavt adapts to the content, blend also to the motion over three pictures; 16-bit "
-                    "pictures: triangle only")
-        ->group(group);
-    verb.add_flag("--keep-interlaced", texts.keepInterlaced, "the same as --deinterlace off")->group(group);
-    verb.add_flag("--double-rate", texts.doubleRate, "with --deinterlace blend: a picture of each field")->group(group);
-    auto* fps =
-        verb.add_option("--fps", texts.rate, "pictures a second of the output, such as 50 or 30000/1001")->group(group);
-    verb.add_option("--fps-mode", texts.rateMode,
-                    "how they are made: blend mixes neighbours, nearest repeats or drops; auto (default) blends when "
-                    "the rate goes up")
-        ->group(group)
-        ->needs(fps);
-    verb.add_option(
-            "--ends", texts.ends,
-            "at the ends of the clip, where blend, --denoise and --fps lack a neighbour: drop (default) what "
-            "cannot be made, or repeat the first and last picture, so that the output lasts as long as the clip")
-        ->group(group);
+    verb.addOption("--deinterlace", texts.deinterlace,
+                   "what becomes of interlaced pictures: off (default) keeps them interlaced, triangle filters "
+                   "vertically, cavt adapts to the content, blend also to the motion over three pictures; 16-bit "
+                   "pictures: triangle only")
+        .group(group);
+    verb.addFlag("--keep-interlaced", texts.keepInterlaced, "the same as --deinterlace off").group(group);
+    verb.addFlag("--double-rate", texts.doubleRate, "with --deinterlace blend: a picture of each field").group(group);
+    verb.addOption("--fps", texts.rate, "pictures a second of the output, such as 50 or 30000/1001").group(group);
+    verb.addOption("--fps-mode", texts.rateMode,
+                   "how they are made: blend mixes neighbours, nearest repeats or drops; auto (default) blends when "
+                   "the rate goes up")
+        .group(group)
+        .needs("--fps");
+    verb.addOption("--ends", texts.ends,
+                   "at the ends of the clip, where blend, --denoise and --fps lack a neighbour: drop (default) what "
+                   "cannot be made, or repeat the first and last picture, so that the output lasts as long as the clip")
+        .group(group);
 }
 
-void addNoise(CLI::App& verb, ProcessTexts& texts) {
-    verb.add_option("--denoise", texts.denoise,
-                    "filter noise with the motion from picture to picture; strength 0 (copies) to 7; 8-bit 4:2:0 "
-                    "only, others with --working i420; the first picture serves the second one only, unless --ends "
-                    "repeat brings it out")
-        ->check(CLI::Range(0, 7))
-        ->group("Noise");
+void addNoise(Verb& verb, ProcessTexts& texts) {
+    verb.addOption("--denoise", texts.denoise,
+                   "filter noise with the motion from picture to picture; strength 0 (copies) to 7; 8-bit 4:2:0 "
+                   "only, others with --working i420; the first picture serves the second one only, unless --ends "
+                   "repeat brings it out")
+        .range(0, 7)
+        .group("Noise");
 }
 
 }  // namespace
 
-void addProcess(CLI::App& program) {
-    auto* verb = program.add_subcommand(
-        "process", "Cut, deinterlace, scale, place and denoise a clip's pictures, change their rate");
+void addProcess(Verb& program) {
+    Verb verb =
+        program.addVerb("process", "Cut, deinterlace, scale, place and denoise a clip's pictures, change their rate");
     auto options = std::make_shared<ProcessOptions>();
-    addInput(*verb, options->input);
-    addClipOutput(*verb, options->output);
+    addInput(verb, options->input);
+    addClipOutput(verb, options->output);
 
     const std::string group = "Processing";
-    verb->add_option("--working", options->working, "i420, yv16 or hy16; default: the closest to the source")
-        ->group(group);
-    verb->add_option("--threads", options->texts.threads, "at most so many")->check(CLI::Range(1, 1024))->group(group);
-    addGeometry(*verb, options->texts);
-    addFieldsAndRate(*verb, options->texts);
-    addNoise(*verb, options->texts);
-    addInputOptions(*verb, options->source);
-    verb->callback([options] { processClip(*options); });
+    verb.addOption("--working", options->working, "i420, yv16 or hy16; default: the closest to the source")
+        .group(group);
+    verb.addOption("--threads", options->texts.threads, "at most so many").range(1, 1024).group(group);
+    addGeometry(verb, options->texts);
+    addFieldsAndRate(verb, options->texts);
+    addNoise(verb, options->texts);
+    addInputOptions(verb, options->source);
+    verb.action([options] { processClip(*options); });
 }
 
 }  // namespace OrvelTool

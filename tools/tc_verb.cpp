@@ -111,60 +111,59 @@ void readCodesOf(const ReadOptions& options) {
     verdict.pronounce(source->name());
 }
 
-void addRate(CLI::App& verb, CodeOptions& options) {
+void addRate(Verb& verb, CodeOptions& options) {
     addInputOptions(verb, options.source);
-    verb.add_option("--fps", options.source.rate, "frames a second that codes count by, where the file does not tell")
-        ->excludes(verb.get_option("--rate"));
+    verb.addOption("--fps", options.source.rate, "frames a second that codes count by, where the file does not tell")
+        .excludes("--rate");
 }
 
-void addStamp(CLI::App& tc) {
-    auto* verb = tc.add_subcommand("stamp", "Stamp a time code into each frame");
+void addStamp(Verb& tc) {
+    Verb verb = tc.addVerb("stamp", "Stamp a time code into each frame");
     auto options = std::make_shared<StampOptions>();
-    verb->footer(stampHelp);
-    addInput(*verb, options->input);
-    addClipOutput(*verb, options->output);
-    verb->add_option("--start", options->start,
-                     "code of the first frame: 10:00:00:00, or 10:00:00;00 for drop-frame (29.97, by pairs 59.94)")
-        ->required();
-    verb->add_flag("--readable", options->readable, "also write it for people, below the grid");
-    auto* interlaced = verb->add_flag("--interlaced", options->interlaced,
-                                      "a code with its own flag in each field; so are clips that tell a field order");
-    verb->add_flag("--pairs", options->pairs,
-                   "two frames share a code, which counts at half the rate; the first has the flag of a top field, the "
-                   "second that of a bottom field")
-        ->excludes(interlaced);
-    addRate(*verb, *options);
-    verb->callback([options] { stampClip(*options); });
+    verb.footer(stampHelp);
+    addInput(verb, options->input);
+    addClipOutput(verb, options->output);
+    verb.addOption("--start", options->start,
+                   "code of the first frame: 10:00:00:00, or 10:00:00;00 for drop-frame (29.97, by pairs 59.94)")
+        .required();
+    verb.addFlag("--readable", options->readable, "also write it for people, below the grid");
+    verb.addFlag("--interlaced", options->interlaced,
+                 "a code with its own flag in each field; so are clips that tell a field order");
+    verb.addFlag("--pairs", options->pairs,
+                 "two frames share a code, which counts at half the rate; the first has the flag of a top field, the "
+                 "second that of a bottom field")
+        .excludes("--interlaced");
+    addRate(verb, *options);
+    verb.action([options] { stampClip(*options); });
 }
 
-void addRead(CLI::App& tc) {
-    auto* verb = tc.add_subcommand("read", "Read and check the time codes of a clip, frame by frame");
+void addRead(Verb& tc) {
+    Verb verb = tc.addVerb("read", "Read and check the time codes of a clip, frame by frame");
     auto options = std::make_shared<ReadOptions>();
-    verb->footer(readHelp);
-    addInput(*verb, options->input);
-    addRecordOutput(*verb, options->output);
-    verb->add_flag("--interlaced", options->interlaced, "read each field; so are clips that tell a field order");
-    auto* fields = verb->add_flag("--check-fields", options->fields,
-                                  "read each field: both must carry the same code, each with its own flag; flags get "
-                                  "lost where fields were scaled as one picture");
-    auto* continuous = verb->add_flag("--expect-continuous", options->continuous,
-                                      "each code must be the next one, by the clip's rate; midnight may pass");
-    verb->add_flag("--pairs", options->pairs, "with --expect-continuous: two frames share a code, see tc stamp --help")
-        ->needs(continuous)
-        ->excludes(fields);
-    verb->add_flag("--strict", options->strict,
-                   "codes must be intact: constant bits as they are stamped, digits up to 9, times below 24:00:00");
-    addRate(*verb, *options);
-    verb->callback([options] { readCodesOf(*options); });
+    verb.footer(readHelp);
+    addInput(verb, options->input);
+    addRecordOutput(verb, options->output);
+    verb.addFlag("--interlaced", options->interlaced, "read each field; so are clips that tell a field order");
+    verb.addFlag("--check-fields", options->fields,
+                 "read each field: both must carry the same code, each with its own flag; flags get "
+                 "lost where fields were scaled as one picture");
+    verb.addFlag("--expect-continuous", options->continuous,
+                 "each code must be the next one, by the clip's rate; midnight may pass");
+    verb.addFlag("--pairs", options->pairs, "with --expect-continuous: two frames share a code, see tc stamp --help")
+        .needs("--expect-continuous")
+        .excludes("--check-fields");
+    verb.addFlag("--strict", options->strict,
+                 "codes must be intact: constant bits as they are stamped, digits up to 9, times below 24:00:00");
+    addRate(verb, *options);
+    verb.action([options] { readCodesOf(*options); });
 }
 
 }  // namespace
 
-void addTimeCode(CLI::App& program) {
-    auto* verb = program.add_subcommand("tc", "Stamp time codes into a clip's pictures, or read and check them");
-    verb->require_subcommand(1);
-    addStamp(*verb);
-    addRead(*verb);
+void addTimeCode(Verb& program) {
+    Verb verb = program.addVerb("tc", "Stamp time codes into a clip's pictures, or read and check them");
+    addStamp(verb);
+    addRead(verb);
 }
 
 }  // namespace OrvelTool

@@ -1,6 +1,7 @@
 #pragma once
-#include <CLI/CLI.hpp>
 #include <string>
+
+#include "tools/command_line.h"
 
 // Each function adds one verb with its options to the program; parsing a command line that names the verb runs it.
 namespace OrvelTool {
@@ -9,22 +10,22 @@ struct ClipOutput;
 struct InputOptions;
 struct RecordOutput;
 
-void addProbe(CLI::App& program);
-void addProcess(CLI::App& program);
-void addConvert(CLI::App& program);
-void addAnalyze(CLI::App& program);
-void addPreview(CLI::App& program);
-void addTimeCode(CLI::App& program);
-void addMark(CLI::App& program);
-void addLines(CLI::App& program);
-void addCompare(CLI::App& program);
-void addHash(CLI::App& program);
+void addProbe(Verb& program);
+void addProcess(Verb& program);
+void addConvert(Verb& program);
+void addAnalyze(Verb& program);
+void addPreview(Verb& program);
+void addTimeCode(Verb& program);
+void addMark(Verb& program);
+void addLines(Verb& program);
+void addCompare(Verb& program);
+void addHash(Verb& program);
 
 /// The arguments INPUT, and OUTPUT with its format for a clip or for records, in the order of their calls.
-void addInput(CLI::App& verb, std::string& path);
-void addClipOutput(CLI::App& verb, ClipOutput& output);
-void addRecordOutput(CLI::App& verb, RecordOutput& output);
+void addInput(Verb& verb, std::string& path);
+void addClipOutput(Verb& verb, ClipOutput& output);
+void addRecordOutput(Verb& verb, RecordOutput& output);
 /// The options that describe an input, common to all verbs.
-void addInputOptions(CLI::App& verb, InputOptions& options);
+void addInputOptions(Verb& verb, InputOptions& options);
 
 }  // namespace OrvelTool
