@@ -7,11 +7,12 @@
 #include <atomic>
 #include <limits>
 #include <new>
+#include <stdexcept>
 
 #include "orvel/img/parallel_rows.h"
+#include "orvel/img/require.h"
 #include "orvel/mctf/block_grid.h"
 #include "orvel/mctf/map_me_data.h"
-#include "orvel/img/require.h"
 #include "orvel/primitives/block_statistics.h"
 #include "orvel/primitives/fill.h"
 #include "orvel/primitives/temporal_blend.h"

@@ -7,16 +7,11 @@
 #endif
 
 #include <hwy/highway.h>
+#include "orvel/primitives/sample_math_inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
-
-/// |a - b|: one of the two saturating differences is zero.
-template <class V8>
-HWY_INLINE V8 absDifference(V8 a, V8 b) {
-    return hn::Or(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a));
-}
 
 #if HWY_TARGET != HWY_SCALAR
 /// In each 64-bit lane: the sum of |a - b| over its eight bytes. x86 has one instruction for it, which Highway only
