@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "orvel/img/img.h"
+#include "orvel/img/working_set.h"
 
 namespace Orvel::bench {
 
@@ -62,13 +62,6 @@ template <class Body>
 void inBands(int threads, int rows, int unit, const Body& body) {
     const int units = rows / unit;
     tbb::parallel_for(0, threads, [&](int i) { body(units * i / threads * unit, units * (i + 1) / threads * unit); });
-}
-
-/// Bytes of a picture's pixels.
-inline std::int64_t bytesOf(const Img& img) {
-    std::int64_t bytes = 0;
-    for (int p = 0; p < img.numPlanes(); ++p) bytes += std::int64_t{img.getWidth(p)} * img.getBpp(p) * img.getHeight(p);
-    return bytes;
 }
 
 /// "limit": a plain copy that reads and writes as many bytes together as the operation does.

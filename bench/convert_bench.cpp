@@ -46,7 +46,7 @@ struct Measured {
             for (int threads : threadCounts()) {
                 const auto src = picture<Src>(size);
                 const auto dst = picture<Dst>(size);
-                const std::int64_t bytes = bytesOf(*src) + bytesOf(*dst);
+                const std::int64_t bytes = pixelBytes(*src) + pixelBytes(*dst);
                 measure(operation, size.name, "orvel", threads, bytes, [=, f = ours] { return f(*dst, *src); });
                 (peers(operation, size, threads, bytes, dst, src), ...);
                 measureCopy(operation, size.name, threads, bytes);

@@ -20,7 +20,7 @@ const Clip& content() {
 }
 
 std::int64_t bytesMoved() {
-    return 2 * bytesOf(*content()[0]);
+    return 2 * pixelBytes(*content()[0]);
 }
 
 template <class Params>

@@ -41,7 +41,7 @@ std::shared_ptr<HY16Img> deep(const I420Img& from) {
 template <class T>
 struct Pictures {
     std::shared_ptr<T> a, b, out;
-    std::int64_t bytes() const { return 3 * bytesOf(*a); }
+    std::int64_t bytes() const { return 3 * pixelBytes(*a); }
 };
 
 constexpr unsigned weight = 130;  // of a, of 255
@@ -120,7 +120,7 @@ void measureInterpolation(const Pictures<T>& pictures) {
 const std::string conversion = "FrameRateConvert 25-50, two mixed";
 
 std::int64_t conversionBytes() {
-    return 2 * 3 * bytesOf(*content()[0]);
+    return 2 * 3 * pixelBytes(*content()[0]);
 }
 
 void measureConversion(int threads) {

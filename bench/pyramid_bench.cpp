@@ -35,7 +35,7 @@ struct Pyramid {
     std::int64_t bytes() const {
         std::int64_t sum = 0;
         for (unsigned k = 1; k < pyramid.numLevels(); ++k)
-            sum += bytesOf(*pyramid.getImage(k - 1)) + bytesOf(*pyramid.getImage(k));
+            sum += pixelBytes(*pyramid.getImage(k - 1)) + pixelBytes(*pyramid.getImage(k));
         return sum;
     }
 };

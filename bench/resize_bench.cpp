@@ -53,7 +53,7 @@ struct Pictures {
                     src.getPixel(p, y, 0)[i] =
                         static_cast<std::uint8_t>(128 + 90 * std::sin(i * 0.05) + (i * 7 + y * 13) % 30);
     }
-    std::int64_t bytes() const { return bytesOf(src) + bytesOf(dst); }
+    std::int64_t bytes() const { return pixelBytes(src) + pixelBytes(dst); }
 };
 
 #ifdef ORVEL_WITH_ZIMG

@@ -5,6 +5,7 @@
 #include "orvel/convert/convert_planes.h"
 #include "orvel/img/parallel_rows.h"
 #include "orvel/img/require.h"
+#include "orvel/img/working_set.h"
 #include "orvel/primitives/yuv420.h"
 #include "orvel/primitives/yuv420_interlaced.h"
 #include "orvel/primitives/yuv422.h"
@@ -81,7 +82,8 @@ void ConvertImg::CUYVYToYV16::operator()(const Units& units) const {
 void ConvertImg::CUYVYToYUYV::operator()(const Units& units) const {
     const Rows rows(units, 1);
     const int width = src_->getWidth(0);
-    require(primitives::swapChromaLuma(packed<In>(*src_, width, rows), packed<Out>(*dst_, width, rows)),
+    require(primitives::swapChromaLuma(packed<In>(*src_, width, rows), packed<Out>(*dst_, width, rows),
+                                       storesFor(*src_, *dst_)),
             "ippiCbYCr422ToYCbCr422_8u_C2R failed");
 }
 
@@ -186,7 +188,8 @@ bool ConvertImg::YUYVToUYVY(UYVYImg& dst, const YUYVImg& src) {
     if (!fitsInto(src, dst)) return false;
     const Rows all(Units(0, src.getHeight(0)), 1);
     const int width = src.getWidth(0);
-    return primitives::swapChromaLuma(packed<In>(src, width, all), packed<Out>(dst, width, all)) == Status::ok;
+    return primitives::swapChromaLuma(packed<In>(src, width, all), packed<Out>(dst, width, all), storesFor(src, dst)) ==
+           Status::ok;
 }
 
 bool ConvertImg::YUYVToI420(I420Img& dst, const YUYVImg& src) {

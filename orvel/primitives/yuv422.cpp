@@ -8,6 +8,7 @@
 #include <hwy/foreach_target.h>  // re-includes this file once per target
 #include <hwy/highway.h>
 #include "orvel/primitives/packed_422_inl.h"
+#include "orvel/primitives/stores_inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
@@ -32,15 +33,21 @@ void packRows(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr
     for (int i = 0; i < y.height; ++i) row(y.row(i), cb.row(i), cr.row(i), packed.row(i), y.width);
 }
 
-void swapRows(ConstViewU8 packed, ViewU8 dst) {
-    for (int i = 0; i < dst.height; ++i) {
-        const auto* in = reinterpret_cast<const std::uint16_t*>(packed.row(i));
-        auto* out = reinterpret_cast<std::uint16_t*>(dst.row(i));
-        forEachRun<std::uint16_t>(dst.width / 2, [=](auto d, int x) HWY_ATTR {
-            const auto v = hn::LoadU(d, in + x);
-            hn::StoreU(hn::Or(hn::ShiftLeft<8>(v), hn::ShiftRight<8>(v)), d, out + x);
-        });
-    }
+template <Stores stores>
+HWY_INLINE void swapRow(const std::uint16_t* packed, std::uint16_t* dst, int width) {
+    forEachRun<std::uint16_t>(width, [=](auto d, int x) HWY_ATTR {
+        const auto v = hn::LoadU(d, packed + x);
+        put<stores>(hn::Or(hn::ShiftLeft<8>(v), hn::ShiftRight<8>(v)), d, dst + x);
+    });
+}
+
+void swapRows(ConstViewU8 packed, ViewU8 dst, Stores stores) {
+    const auto rows = [&](auto how) HWY_ATTR {
+        for (int i = 0; i < dst.height; ++i)
+            swapRow<how()>(reinterpret_cast<const std::uint16_t*>(packed.row(i)),
+                           reinterpret_cast<std::uint16_t*>(dst.row(i)), dst.width / 2);
+    };
+    withStores(stores, rows, dst);
 }
 
 }  // namespace Orvel::primitives::HWY_NAMESPACE
@@ -90,11 +97,11 @@ Status planar422ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 pac
     return pack(PackedLayout::yuyv, y, cb, cr, packed);
 }
 
-Status swapChromaLuma(ConstViewU8 packed, ViewU8 dst) noexcept {
+Status swapChromaLuma(ConstViewU8 packed, ViewU8 dst, Stores stores) noexcept {
     if (anyNull(packed, dst)) return Status::nullPointer;
     if (!dst.valid() || !sameSize(packed, dst) || dst.width < 4 || dst.width % 2 != 0) return Status::badSize;
     joinRows(packed, dst);
-    HWY_DYNAMIC_DISPATCH(swapRows)(packed, dst);
+    HWY_DYNAMIC_DISPATCH(swapRows)(packed, dst, stores);
     return Status::ok;
 }
 

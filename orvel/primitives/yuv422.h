@@ -1,6 +1,7 @@
 #pragma once
 #include "orvel/primitives/plane_view.h"
 #include "orvel/primitives/status.h"
+#include "orvel/primitives/stores.h"
 
 // 4:2:2 layouts among themselves; nothing is resampled. A picture of W x H luma samples, W >= 2, has a packed view of
 // 2W bytes by H rows, a luma view of W x H and two chroma views of floor(W/2) x H; planes always come as Y, Cb, Cr.
@@ -16,6 +17,6 @@ Status planar422ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 pac
 
 /// UYVY to YUYV and back: exchanges the two bytes of every pixel. The width, in bytes, is even and at least 4. In place
 /// allowed.
-Status swapChromaLuma(ConstViewU8 packed, ViewU8 dst) noexcept;
+Status swapChromaLuma(ConstViewU8 packed, ViewU8 dst, Stores stores = Stores::cached) noexcept;
 
 }  // namespace Orvel::primitives

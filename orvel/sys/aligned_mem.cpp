@@ -1,5 +1,6 @@
 #include "orvel/sys/aligned_mem.h"
 
+#include <algorithm>
 #include <atomic>
 #include <new>
 #include <utility>
@@ -42,16 +43,19 @@ bool IAlignedMem::moveView(int bytes, unsigned size) noexcept {
 
 /// The shared memory and the number of objects that view it.
 struct AlignedMem::Block {
-    Block(unsigned bytes, std::align_val_t align)
-        : memory(static_cast<std::uint8_t*>(::operator new(bytes, align))), size(bytes), alignment(align) {}
+    /// At least on a cache line: rows that begin there can be written past the cache.
+    Block(unsigned bytes, std::size_t align)
+        : size(bytes),
+          alignment(std::align_val_t(std::max(align, std::size_t{64}))),
+          memory(static_cast<std::uint8_t*>(::operator new(bytes, alignment))) {}
     ~Block() {
         if (pinned) unpinPages(memory, size);  // freed pages must not stay pinned
         ::operator delete(memory, alignment);
     }
 
-    std::uint8_t* const memory;
     const unsigned size;
     const std::align_val_t alignment;
+    std::uint8_t* const memory;
     std::atomic<int> users{1};
     std::atomic<bool> pinned{false};
 };
@@ -65,7 +69,7 @@ bool AlignedMem::allocate(unsigned size, int alignment) {
     const bool powerOfTwo = alignment > 0 && (alignment & (alignment - 1)) == 0;
     if (size == 0 || !powerOfTwo) return size == 0;
     try {
-        block_ = new Block(size, std::align_val_t(static_cast<std::size_t>(alignment)));
+        block_ = new Block(size, static_cast<std::size_t>(alignment));
     } catch (const std::bad_alloc&) {
         return false;
     }

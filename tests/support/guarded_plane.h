@@ -1,6 +1,7 @@
 #pragma once
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <random>
 #include <sstream>
 #include <string>
@@ -9,6 +10,17 @@
 #include "orvel/primitives/plane_view.h"
 
 namespace Orvel::test {
+
+/// Memory on a boundary of the longest vectors.
+template <class T>
+struct OnVectorBoundary {
+    using value_type = T;
+    static constexpr std::align_val_t boundary{64};
+
+    T* allocate(std::size_t n) { return static_cast<T*>(::operator new(n * sizeof(T), boundary)); }
+    void deallocate(T* p, std::size_t) { ::operator delete(p, boundary); }
+    bool operator==(const OnVectorBoundary&) const { return true; }
+};
 
 /// A plane inside a larger block of known bytes: everything outside its width x height samples is guard, also the
 /// padding between the rows, and guardsIntact() says whether someone wrote there.
@@ -75,7 +87,7 @@ public:
 private:
     static constexpr std::uint8_t guard = 0xA5;
     int width_, height_, step_, lead_;
-    std::vector<std::uint8_t> bytes_;
+    std::vector<std::uint8_t, OnVectorBoundary<std::uint8_t>> bytes_;
 };
 
 }  // namespace Orvel::test
