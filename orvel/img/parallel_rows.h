@@ -8,16 +8,19 @@
 
 namespace Orvel {
 
-/// Runs body over bands of [first, last), cut by partitioner, on all cores. What a band throws reaches the caller; the
-/// other bands keep what they wrote.
+/// Runs body over parts of the whole range, cut by partitioner, on all cores. What a part throws reaches the caller;
+/// the others keep what they wrote.
+template <class Range, class Body, class Partitioner = tbb::auto_partitioner>
+void forEachPart(const Range& whole, const Body& body, const Partitioner& partitioner = {}) {
+    OrvelSys::LoopOrder order;
+    const auto part = [&](const Range& mine) ORVEL_UNCHECKED_BY_TSAN { order.run(body, Range(mine)); };
+    tbb::parallel_for(whole, part, partitioner);
+}
+
+/// The same over bands of [first, last).
 template <class Body, class Partitioner = tbb::auto_partitioner>
 void forEachBand(int first, int last, const Body& body, const Partitioner& partitioner = {}) {
-    OrvelSys::LoopOrder order;
-    const auto band = [&](const tbb::blocked_range<int>& rows) {
-        const OrvelSys::LoopOrder::Band entered(order);
-        body(rows);
-    };
-    tbb::parallel_for(tbb::blocked_range<int>(first, last, 1), band, partitioner);
+    forEachPart(tbb::blocked_range<int>(first, last, 1), body, partitioner);
 }
 
 /// Runs body over bands of [0, rows) on all cores.

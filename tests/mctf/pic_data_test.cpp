@@ -2,10 +2,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <tbb/parallel_for.h>
+#include <tbb/blocked_range2d.h>
 
+#include "orvel/img/parallel_rows.h"
 #include "orvel/mctf/map_me_data.h"
-#include "orvel/sys/loop_order.h"
 #include "tests/mctf/filter_model.h"
 #include "tests/support/pictures.h"
 #include "tests/support/test_heap.h"
@@ -17,12 +17,7 @@ using ::testing::ElementsAre;
 
 /// Copies the motion into the records of the blocks, tile by tile on all cores.
 void mapMotion(PicData& pic, const MEData& data, const tbb::blocked_range2d<int>& blocks) {
-    OrvelSys::LoopOrder order;
-    const MapMEData map(pic, data);
-    tbb::parallel_for(blocks, [&](const tbb::blocked_range2d<int>& tile) {
-        const OrvelSys::LoopOrder::Band entered(order);
-        map(tile);
-    });
+    forEachPart(blocks, MapMEData(pic, data));
 }
 
 /// All measures and the blend of one picture against the plain model.
