@@ -42,13 +42,6 @@ PlanarBand<T> yv16(const Img& img, int width, Rows rows) {
 using In = const std::uint8_t;
 using Out = std::uint8_t;
 
-/// How 4:2:2 is taken apart. Three planes written side by side are the slowest load for streaming stores: while the
-/// pictures would just fit into the largest cache, ordinary stores with prefetching are faster.
-primitives::Stores storesForPlanes(const Img& src, const Img& dst) {
-    const auto bytes = static_cast<std::uint64_t>(pixelBytes(src) + pixelBytes(dst));
-    return bytes > OrvelSys::lastLevelCacheBytes() ? primitives::Stores::streaming : primitives::Stores::cached;
-}
-
 // How to store, where the primitive lets its caller say, comes last.
 template <class F, class... How>
 Status unpack(F* primitive, PlaneView<In> from, const PlanarBand<Out>& to, How... how) {
@@ -85,7 +78,7 @@ void ConvertImg::CUYVYToYV16::operator()(const Units& units) const {
     const Rows rows(units, 1);
     const int width = src_->getWidth(0);
     require(unpack(primitives::uyvyToPlanar422, packed<In>(*src_, width, rows), yv16<Out>(*dst_, width, rows),
-                   storesForPlanes(*src_, *dst_)),
+                   storesFor(*src_, *dst_)),
             "ippiCbYCr422ToYCbCr422_8u_C2P3R failed");
 }
 
@@ -109,7 +102,7 @@ void ConvertImg::CYUYVToYV16::operator()(const Units& units) const {
     const Rows rows(units, 1);
     const int width = src_->getWidth(0);
     require(unpack(primitives::yuyvToPlanar422, packed<In>(*src_, width, rows), yv16<Out>(*dst_, width, rows),
-                   storesForPlanes(*src_, *dst_)),
+                   storesFor(*src_, *dst_)),
             "ippiYCbCr422_8u_C2P3R failed");
 }
 

@@ -112,16 +112,17 @@ HWY_INLINE SplitPairs<D> loadSplit(D d, const std::uint8_t* p) {
         return {evenLanes(d, v1, v0), evenLanes(d, v3, v2), oddLanes(d, v1, v0), oddLanes(d, v3, v2)};
 }
 
-/// Stores the 2N luma samples of the pairs.
+/// Stores the 2N luma samples of the pairs. Where luma is streamed, chroma is not: several streams side by side get in
+/// each other's way, and the cache that luma leaves alone has room for chroma.
 template <Stores stores, class D>
 HWY_INLINE void storeLuma(D d, const SplitPairs<D>& pairs, std::uint8_t* y) {
     put<stores>(pairs.luma0, d, y);
     put<stores>(pairs.luma1, d, y + hn::Lanes(d));
 }
 
-/// N Cb (lo) and N Cr (hi) samples; chroma0 and chroma1 are those of loadSplit, or made of several such lane by lane.
+/// Stores N Cb and N Cr samples; chroma0 and chroma1 are those of loadSplit, or made of several such lane by lane.
 template <class D>
-HWY_INLINE VectorPair<D> splitChroma(D d, hn::Vec<D> chroma0, hn::Vec<D> chroma1) {
+HWY_INLINE void storeChroma(D d, hn::Vec<D> chroma0, hn::Vec<D> chroma1, std::uint8_t* cb, std::uint8_t* cr) {
 #if HWY_TARGET != HWY_SCALAR
     if constexpr (hn::MaxLanes(D()) >= 16) {
         const hn::Repartition<std::uint32_t, D> d32;
@@ -129,25 +130,19 @@ HWY_INLINE VectorPair<D> splitChroma(D d, hn::Vec<D> chroma0, hn::Vec<D> chroma1
         const auto lo = hn::BitCast(d64, chroma0), hi = hn::BitCast(d64, chroma1);
         const auto blue = hn::BitCast(d32, hn::InterleaveLower(d64, lo, hi));
         const auto red = hn::BitCast(d32, hn::InterleaveUpper(d64, lo, hi));
-        if constexpr (hn::MaxLanes(D()) == 16) return {hn::BitCast(d, blue), hn::BitCast(d, red)};
-        const auto order = hn::SetTableIndices(d32, acrossBlocks<hn::MaxLanes(D()) / 16>.data());
-        return {hn::BitCast(d, hn::TableLookupLanes(blue, order)), hn::BitCast(d, hn::TableLookupLanes(red, order))};
+        if constexpr (hn::MaxLanes(D()) == 16) {
+            hn::StoreU(hn::BitCast(d, blue), d, cb);
+            hn::StoreU(hn::BitCast(d, red), d, cr);
+        } else {
+            const auto order = hn::SetTableIndices(d32, acrossBlocks<hn::MaxLanes(D()) / 16>.data());
+            hn::StoreU(hn::BitCast(d, hn::TableLookupLanes(blue, order)), d, cb);
+            hn::StoreU(hn::BitCast(d, hn::TableLookupLanes(red, order)), d, cr);
+        }
+        return;
     }
 #endif
-    return {evenLanes(d, chroma1, chroma0), oddLanes(d, chroma1, chroma0)};
-}
-
-/// Stores the chroma of count vectors of pairs, whole lines of each plane: chroma(i) gives that of vector i.
-template <Stores stores, int count, class D, class Chroma>
-HWY_INLINE void storeChroma(D d, std::uint8_t* cb, std::uint8_t* cr, const Chroma& chroma) {
-    const int n = static_cast<int>(hn::Lanes(d));
-    hn::Vec<D> blue[count], red[count];
-    for (int i = 0; i < count; ++i) {
-        const VectorPair<D> both = chroma(i);
-        blue[i] = both.lo, red[i] = both.hi;
-    }
-    for (int i = 0; i < count; ++i) put<stores>(blue[i], d, cb + i * n);
-    for (int i = 0; i < count; ++i) put<stores>(red[i], d, cr + i * n);
+    hn::StoreU(evenLanes(d, chroma1, chroma0), d, cb);
+    hn::StoreU(oddLanes(d, chroma1, chroma0), d, cr);
 }
 
 /// Packs 2N luma samples at y, Cb and Cr to 4N bytes at out.

@@ -32,7 +32,7 @@ template <PackedLayout layout>
 HWY_INLINE void reduceToMeans(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
     const auto rowsOf = [](int k) HWY_ATTR { return RowPair{2 * k, 2 * k + 1}; };
     const auto mean = [](auto a, auto b) HWY_ATTR { return hn::AverageRound(a, b); };
-    reduceRows<layout>(y.height / 2, rowsOf, mean, packed, y, cb, cr, stores);
+    reduceRows<layout, Pairing::neighbours>(y.height / 2, rowsOf, mean, packed, y, cb, cr, stores);
 }
 
 /// One packed row at a time: the chroma row is still in the nearest cache when it is needed again, and a single stream

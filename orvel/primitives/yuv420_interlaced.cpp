@@ -46,7 +46,7 @@ void reduceInterlaced(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores
         return RowPair{group + 3 * field, group + 2 - field};
     };
     const auto mean = [](auto closer, auto farther) HWY_ATTR { return threeToOne(closer, farther); };
-    reduceRows<uyvy>(y.height / 4 * 2, rowsOf, mean, packed, y, cb, cr, stores);
+    reduceRows<uyvy, Pairing::fieldRows>(y.height / 4 * 2, rowsOf, mean, packed, y, cb, cr, stores);
 }
 
 /// The two 4:2:0 chroma rows that one row of a picture is made of.

@@ -15,15 +15,11 @@ namespace Orvel::primitives::HWY_NAMESPACE {
 
 template <PackedLayout layout, Stores stores>
 HWY_INLINE void unpackRow(const std::uint8_t* packed, std::uint8_t* y, std::uint8_t* cb, std::uint8_t* cr, int width) {
-    forEachLine<std::uint8_t>(width / 2, [=](auto d, int pair, auto vectors) HWY_ATTR {
-        const int n = static_cast<int>(hn::Lanes(d));
-        // Costs nothing in the cache.
-        prefetchAhead(packed + 4 * pair, 4 * vectors() * hn::Lanes(d));
-        storeChroma<stores, vectors()>(d, cb + pair, cr + pair, [=](int i) HWY_ATTR {
-            const auto pairs = loadSplit<layout>(d, packed + 4 * (pair + i * n));
-            storeLuma<stores>(d, pairs, y + 2 * (pair + i * n));
-            return splitChroma(d, pairs.chroma0, pairs.chroma1);
-        });
+    forEachRun<std::uint8_t>(width / 2, [=](auto d, int pair) HWY_ATTR {
+        prefetchAhead(packed + 4 * pair, 4 * hn::Lanes(d));  // costs nothing in the cache
+        const auto pairs = loadSplit<layout>(d, packed + 4 * pair);
+        storeLuma<stores>(d, pairs, y + 2 * pair);
+        storeChroma(d, pairs.chroma0, pairs.chroma1, cb + pair, cr + pair);
     });
     unpackOddPixel<layout>(packed, y, width);
 }
@@ -34,7 +30,7 @@ HWY_INLINE void unpackLayout(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr,
         for (int i = 0; i < y.height; ++i)
             unpackRow<layout, how()>(packed.row(i), y.row(i), cb.row(i), cr.row(i), y.width);
     };
-    withStores(stores, rows, y, cb, cr);
+    withStores(stores, rows, y);
 }
 
 void unpackRows(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
