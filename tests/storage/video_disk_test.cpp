@@ -269,34 +269,6 @@ TEST(VideoDisk, MissingMemoryIsReportedAndLaterCallsNeedNone) {
 
 class RawDiskTest : public test::DiskFolder {};
 
-TEST_F(RawDiskTest, FieldsOf486LinesGoThroughAFileInSequence) {
-    VidRaw420 disk;
-    const auto name = wide("f_720x486_.yuv");
-    const auto top = picture<I420Img>(720, 243, 1), bottom = picture<I420Img>(720, 243, 2),
-               frame = picture<I420Img>(720, 486, 3);
-    ASSERT_TRUE(disk.create(name.c_str(), 720, 486, true));
-    ASSERT_TRUE(disk.writeI420Fields(*top, *bottom, -1));
-    ASSERT_TRUE(disk.writeI420Frame(*frame, -1));
-    ASSERT_TRUE(disk.open(name.c_str()));
-    EXPECT_EQ(disk.numFrames(), 2);
-
-    I420Img read, same;
-    ASSERT_TRUE(disk.readI420Frame(read, -1));  // sized by the call
-    ASSERT_TRUE(disk.readImg(same, 0));
-    EXPECT_EQ(bytesOf(read), bytesOf(same));
-    for (int y : {0, 1, 484, 485}) EXPECT_EQ(rowOf(read, 0, y), rowOf(y % 2 == 0 ? *top : *bottom, 0, y / 2)) << y;
-    for (int y : {0, 1, 241, 242}) EXPECT_EQ(rowOf(read, 2, y), rowOf(y % 2 == 0 ? *top : *bottom, 2, y / 2)) << y;
-    ASSERT_TRUE(disk.readI420Fields(*top, *bottom, -1));
-    EXPECT_EQ(rowOf(*bottom, 0, 242), rowOf(*frame, 0, 485));
-    EXPECT_EQ(rowOf(*top, 1, 120), rowOf(*frame, 1, 240));
-    EXPECT_FALSE(disk.readI420Frame(read, -1)) << "behind the last frame";
-    for (int idx : {2, 1000, -2, INT_MAX}) {
-        EXPECT_FALSE(disk.readI420Frame(read, idx)) << idx;
-        EXPECT_FALSE(disk.readI420Fields(*top, *bottom, idx)) << idx;
-    }
-    EXPECT_TRUE(disk.readI420Fields(*top, *bottom, 0)) << "usable after failures";
-}
-
 TEST_F(RawDiskTest, FramesAndFieldsBeyondFourGibibytesOfASparseFile) {
     constexpr int width = 1024, height = 512;
     constexpr std::uint64_t frameBytes = width * height * 3 / 2, limit = std::uint64_t{1} << 32;
