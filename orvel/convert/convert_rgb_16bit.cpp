@@ -60,7 +60,7 @@ bool ConvertImg::UYVYToV216(V216Img& dst, const UYVYImg& src) {
     if (!isWhole(src) || !isWhole(dst) || !fitsInto(src, dst)) return false;
     const int width = src.getWidth(0), height = src.getHeight(0);
     return primitives::widenShifted(corner<const std::uint8_t>(src, width, height, 2),
-                                    corner<std::uint16_t>(dst, width, height, 2)) == Status::ok;
+                                    corner<std::uint16_t>(dst, width, height, 2), storesFor(src, dst)) == Status::ok;
 }
 
 bool ConvertImg::V216ToUYVY(UYVYImg& dst, V216Img& src) {
@@ -74,8 +74,8 @@ bool ConvertImg::HY16ToV216(V216Img& dst, const HY16Img& src) {
     if (!isWhole(src) || !isWhole(dst) || !fitsInto(src, dst)) return false;
     const int width = src.getWidth(0), height = src.getHeight(0);
     const auto planes = planarBand<const std::uint16_t>(src, hy16Chroma, 1, width, 0, height);
-    return primitives::planarToPacked16(planes.y, planes.cb, planes.cr, corner<std::uint16_t>(dst, width, height, 2)) ==
-           Status::ok;
+    return primitives::planarToPacked16(planes.y, planes.cb, planes.cr, corner<std::uint16_t>(dst, width, height, 2),
+                                        storesFor(src, dst)) == Status::ok;
 }
 
 bool ConvertImg::V216ToHY16(HY16Img& dst, const V216Img& src) {
@@ -83,7 +83,7 @@ bool ConvertImg::V216ToHY16(HY16Img& dst, const V216Img& src) {
     const int width = src.getWidth(0), height = src.getHeight(0);
     const auto planes = planarBand<std::uint16_t>(dst, hy16Chroma, 1, width, 0, height);
     return primitives::packed16ToPlanar(corner<const std::uint16_t>(src, width, height, 2), planes.y, planes.cb,
-                                        planes.cr) == Status::ok;
+                                        planes.cr, storesFor(src, dst)) == Status::ok;
 }
 
 }  // namespace Orvel
