@@ -62,71 +62,74 @@ HWY_INLINE V16 oddTimes8(V8 bytes) {
 #endif
 }
 
-/// Decodes two vectors of pixel pairs at a time. Samples arrive times 8, which puts the integer part of a sum into the
-/// high half of its 32 bits.
+/// Two vectors of packed samples, U Y V Y, with their groups of eight bytes dealt out to the blocks.
+struct Packed {
+    V8 lower, upper;
+};
+
+/// Samples are taken times 8, which puts the integer part of a sum into the high half of its 32 bits.
 class Decoder {
 public:
-    /// The luma terms of the left and the right pixels of pairs.
-    struct Luma {
-        V32 left, right;
-    };
-    /// What pixel pairs take from their chroma, the constant terms of their sums included.
-    struct Chroma {
-        V32 b, g, r;
-    };
-
     explicit HWY_INLINE Decoder(const DecodeMatrix& m)
         : lumaLeft_(pairOf(m.luma, 0)),
           lumaRight_(pairOf(0, m.luma)),
-          toB_(pairOf(m.bFromCb, 0)),
-          toG_(pairOf(m.gFromCb, m.gFromCr)),
-          toR_(pairOf(0, m.rFromCr)),
-          offsetB_(offset(m, m.bFromCb)),
-          offsetG_(offset(m, m.gFromCb + m.gFromCr)),
-          offsetR_(offset(m, m.rFromCr)) {}
+          b_{pairOf(m.bFromCb, 0), offset(m, m.bFromCb)},
+          g_{pairOf(m.gFromCb, m.gFromCr), offset(m, m.gFromCb + m.gFromCr)},
+          r_{pairOf(0, m.rFromCr), offset(m, m.rFromCr)} {}
 
-    HWY_INLINE Luma luma(V16 y) const { return {pairSums(y, lumaLeft_), pairSums(y, lumaRight_)}; }
-
-    HWY_INLINE Chroma chroma(V16 uv) const {
-        return {hn::Add(pairSums(uv, toB_), offsetB_), hn::Add(pairSums(uv, toG_), offsetG_),
-                hn::Add(pairSums(uv, toR_), offsetR_)};
-    }
-
-    /// Four vectors of pixels: first those of lower, whose 8-byte groups of packed samples were dealt out to the
-    /// blocks, then those of upper.
+    /// Stores four vectors of pixels.
     template <Stores stores>
-    HWY_INLINE void store(const Luma& lower, const Luma& upper, const Chroma& lowerChroma, const Chroma& upperChroma,
-                          std::uint8_t* bgra) const {
+    HWY_INLINE void decode(const Packed& in, std::uint8_t* bgra) const {
         const DU8 d8;
-        const auto channel = [&](V32 lowerTerm, V32 upperTerm) HWY_ATTR {
-            const V8 left = clampedSums(lower.left, lowerTerm, upper.left, upperTerm);
-            const V8 right = clampedSums(lower.right, lowerTerm, upper.right, upperTerm);
-            return hn::OddEven(right, hn::BitCast(d8, hn::ShiftRight<8>(hn::BitCast(DU16(), left))));
-        };
-        const V8 b = channel(lowerChroma.b, upperChroma.b), g = channel(lowerChroma.g, upperChroma.g);
-        const V8 r = channel(lowerChroma.r, upperChroma.r), a = hn::Set(d8, 255);
-        const auto pixels = [=](V8 bg, V8 ra, std::uint8_t* out) HWY_ATTR {
+        const Pairs lower = split(in.lower), upper = split(in.upper);
+        const V8 b = channel(b_, lower, upper), g = channel(g_, lower, upper);
+        const V8 bgLower = hn::InterleaveLower(d8, b, g), bgUpper = hn::InterleaveUpper(d8, b, g);
+        const V8 r = channel(r_, lower, upper), a = hn::Set(d8, 255);
+        const auto store = [=](V8 bg, V8 ra, std::uint8_t* out) HWY_ATTR {
             const V16 words = hn::BitCast(D16(), bg), others = hn::BitCast(D16(), ra);
             put<stores>(hn::BitCast(d8, hn::InterleaveLower(D16(), words, others)), d8, out);
             put<stores>(hn::BitCast(d8, hn::InterleaveUpper(D16(), words, others)), d8, out + hn::Lanes(d8));
         };
-        pixels(hn::InterleaveLower(d8, b, g), hn::InterleaveLower(d8, r, a), bgra);
-        pixels(hn::InterleaveUpper(d8, b, g), hn::InterleaveUpper(d8, r, a), bgra + 2 * hn::Lanes(d8));
+        store(bgLower, hn::InterleaveLower(d8, r, a), bgra);
+        store(bgUpper, hn::InterleaveUpper(d8, r, a), bgra + 2 * hn::Lanes(d8));
     }
 
 private:
+    /// What makes a channel of luma: factors of Cb and Cr, and the constant terms.
+    struct Channel {
+        V16 fromChroma;
+        V32 offset;
+    };
+    /// The luma terms of the left and the right pixels, and their chroma.
+    struct Pairs {
+        V32 left, right;
+        V16 uv;
+    };
+
     static HWY_INLINE V32 offset(const DecodeMatrix& m, int chroma) {
         return hn::Set(D32(), 8 * (4096 - m.luma * m.blackLevel - 128 * chroma));
     }
 
-    /// Bytes of each block: those of the lower sums, then those of the upper ones. The odd bytes are the integer parts,
-    /// clamped; the even ones are left over from the fractions.
-    static HWY_INLINE V8 clampedSums(V32 lower, V32 lowerTerm, V32 upper, V32 upperTerm) {
-        return packBlocks(hn::BitCast(D16(), hn::Add(lower, lowerTerm)), hn::BitCast(D16(), hn::Add(upper, upperTerm)));
+    HWY_INLINE Pairs split(V8 packed) const {
+        const V16 y = oddTimes8(packed);
+        return {pairSums(y, lumaLeft_), pairSums(y, lumaRight_), evenTimes8(packed)};
     }
 
-    V16 lumaLeft_, lumaRight_, toB_, toG_, toR_;
-    V32 offsetB_, offsetG_, offsetR_;
+    /// In each block the pixels of lower, then those of upper.
+    static HWY_INLINE V8 channel(const Channel& c, const Pairs& lower, const Pairs& upper) {
+        const V32 fromLower = hn::Add(pairSums(lower.uv, c.fromChroma), c.offset);
+        const V32 fromUpper = hn::Add(pairSums(upper.uv, c.fromChroma), c.offset);
+        // The clamped integer parts are the odd bytes; the even ones are left over from the fractions.
+        const auto clamped = [=](V32 lowerLuma, V32 upperLuma) HWY_ATTR {
+            return packBlocks(hn::BitCast(D16(), hn::Add(lowerLuma, fromLower)),
+                              hn::BitCast(D16(), hn::Add(upperLuma, fromUpper)));
+        };
+        const V8 left = clamped(lower.left, upper.left), right = clamped(lower.right, upper.right);
+        return hn::OddEven(right, hn::BitCast(DU8(), hn::ShiftRight<8>(hn::BitCast(DU16(), left))));
+    }
+
+    V16 lumaLeft_, lumaRight_;
+    Channel b_, g_, r_;
 };
 
 /// Calls store(load(x), x, how) for blocks of n items that cover [0, count), the last one overlapping its neighbour and
@@ -137,31 +140,25 @@ template <Stores stores, class Load, class Store>
 HWY_INLINE int forEachBlock(int count, int n, const Load& load, const Store& store) {
     if (count < n) return 0;
     auto block = load(0);
-    int x = 0;
-    for (; x + n <= count; x += n) {
-        const auto following = load(std::min(x + n, count - n));
+    std::ptrdiff_t x = 0;
+    for (; x + 2 * n <= count; x += n) {
+        const auto following = load(x + n);
         store(block, x, std::integral_constant<Stores, stores>());
         block = following;
     }
-    if (x < count) store(block, count - n, std::integral_constant<Stores, Stores::cached>());
+    store(block, x, std::integral_constant<Stores, stores>());
+    if (x + n < count) store(load(count - n), count - n, std::integral_constant<Stores, Stores::cached>());
     return count;
 }
 #endif
 
 #if HWY_TARGET != HWY_SCALAR
-/// Two vectors of packed samples, U Y V Y, with their groups of eight bytes dealt out to the blocks.
-struct Packed {
-    V8 lower, upper;
-};
-
 /// @param load gives the Packed samples from a pixel pair on
 template <Stores stores, class Load>
 HWY_INLINE int decodePairs(const DecodeMatrix& m, const Load& load, std::uint8_t* bgra, int pairs) {
     const Decoder decoder(m);
-    return forEachBlock<stores>(pairs, 2 * lanes(), load, [&](const Packed& in, int x, auto how) HWY_ATTR {
-        decoder.template store<how()>(decoder.luma(oddTimes8(in.lower)), decoder.luma(oddTimes8(in.upper)),
-                                      decoder.chroma(evenTimes8(in.lower)), decoder.chroma(evenTimes8(in.upper)),
-                                      bgra + 8 * x);
+    return forEachBlock<stores>(pairs, 2 * lanes(), load, [&](const Packed& in, std::ptrdiff_t x, auto how) HWY_ATTR {
+        decoder.template decode<how()>(in, bgra + 8 * x);
     });
 }
 #endif
@@ -169,7 +166,7 @@ HWY_INLINE int decodePairs(const DecodeMatrix& m, const Load& load, std::uint8_t
 template <Stores stores>
 HWY_INLINE int decodePacked(const DecodeMatrix& m, const std::uint8_t* uyvy, std::uint8_t* bgra, int pairs) {
 #if HWY_TARGET != HWY_SCALAR
-    const auto load = [=](int x) HWY_ATTR {
+    const auto load = [=](std::ptrdiff_t x) HWY_ATTR {
         const DU8 d;
         return Packed{loadDealtEights(d, uyvy + 4 * x), loadDealtEights(d, uyvy + 4 * x + hn::Lanes(d))};
     };
@@ -203,7 +200,7 @@ struct PlanarRow {
 template <Stores stores>
 HWY_INLINE int decodePlanar(const DecodeMatrix& m, const PlanarRow& in, std::uint8_t* bgra, int pairs) {
 #if HWY_TARGET != HWY_SCALAR
-    const auto load = [=](int x) HWY_ATTR {
+    const auto load = [=](std::ptrdiff_t x) HWY_ATTR {
         const DU8 d;
         const V8 uv = interleaveDealtFours(d, in.cb + x, in.cr + x);
         const V8 y = dealtFours(d, hn::LoadU(d, in.y + 2 * x));
@@ -280,12 +277,12 @@ HWY_INLINE int encodePairs(const EncodeMatrix& m, const std::uint8_t* bgra, std:
     struct Block {
         V32 left, right;
     };
-    const auto load = [&](int x) HWY_ATTR {
+    const auto load = [&](std::ptrdiff_t x) HWY_ATTR {
         Block b;
         hn::LoadInterleaved2(D32(), reinterpret_cast<const std::int32_t*>(bgra + 8 * x), b.left, b.right);
         return b;
     };
-    return forEachBlock<stores>(pairs, lanes(), load, [&](const Block& b, int x, auto how) HWY_ATTR {
+    return forEachBlock<stores>(pairs, lanes(), load, [&](const Block& b, std::ptrdiff_t x, auto how) HWY_ATTR {
         V16 uv, yy;
         encoder.encode(b.left, b.right, uv, yy);
         if constexpr (limited) uv = hn::Min(hn::Max(uv, hn::Set(D16(), 1)), hn::Set(D16(), 254));
