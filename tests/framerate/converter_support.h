@@ -1,7 +1,6 @@
 #pragma once
 #include <cstdint>
-#include <functional>
-#include <vector>
+#include <new>
 
 #include "orvel/framerate/frame_rate_convert.h"
 #include "orvel/img/img.h"
@@ -19,13 +18,6 @@ struct Frame : Img {
 inline FrameRateConvertParams rates(std::int32_t srcNum, std::int32_t srcDen, std::int32_t dstNum, std::int32_t dstDen,
                                     bool blend = true, bool keepUserData = false) {
     return {srcNum, srcDen, dstNum, dstDen, blend, keepUserData};
-}
-
-/// The items on a picture that holds none of them twice.
-inline std::vector<void*> itemsOf(const Img& img) {
-    std::vector<void*> items;
-    for (void* item = nullptr; (item = img.getUserData(item)) != nullptr;) items.push_back(item);
-    return items;
 }
 
 }  // namespace Orvel::test

@@ -5,6 +5,8 @@
 #include <memory>
 
 #include "tests/framerate/converter_support.h"
+#include "tests/support/pictures.h"
+#include "tests/support/test_heap.h"
 
 namespace Orvel {
 namespace {
@@ -13,11 +15,13 @@ using test::Frame;
 
 struct Rates {
     const char* name;
-    std::int64_t srcNum, srcDen, dstNum, dstDen;
+    std::int32_t srcNum, srcDen, dstNum, dstDen;
     friend void PrintTo(const Rates& r, std::ostream* os) { *os << r.name; }
 };
-constexpr Rates cadences[] = {{"Up2", 25, 1, 50, 1},        {"Down2", 50, 1, 25, 1}, {"FilmToPal", 24000, 1001, 25, 1},
-                              {"NtscToFilm", 30, 1, 24, 1}, {"Equal", 30, 1, 60, 2}, {"Slightly", 50, 1, 60000, 1001}};
+constexpr Rates cadences[] = {{"Up2", 25, 1, 50, 1},           {"Down2", 50, 1, 25, 1},
+                              {"Down8", 200, 1, 25, 1},        {"FilmToPal", 24000, 1001, 25, 1},
+                              {"NtscToFilm", 30, 1, 24, 1},    {"Equal", 30, 1, 60, 2},
+                              {"Slightly", 50, 1, 60000, 1001}};
 
 struct Output {
     std::int64_t newest;  ///< the later frame of its pair, counted from 1; the other one is the frame before
@@ -35,7 +39,7 @@ int valueOf(std::int64_t frame) {
 /// newest one is ahead of the output, plus 127 / unit, rounded down.
 std::vector<Output> model(const Rates& r, std::int64_t frames, bool blend) {
     std::vector<Output> outputs;
-    const std::int64_t period = r.srcNum * r.dstDen, unit = r.srcDen * r.dstNum;  // src / dst = period / unit
+    const std::int64_t period = std::int64_t{r.srcNum} * r.dstDen, unit = std::int64_t{r.srcDen} * r.dstNum;
     for (std::int64_t m = 0;; ++m) {
         const std::int64_t first = std::max<std::int64_t>((m * period + unit - 1) / unit, 1);
         if (first + 1 > frames) return outputs;
@@ -47,33 +51,52 @@ std::vector<Output> model(const Rates& r, std::int64_t frames, bool blend) {
     }
 }
 
+/// Frames of two lines with an item of user data each are pushed and converted. Every output is tried on a heap that
+/// grants only so many requests first, and made on a whole one if that refused.
 class Cadence : public ::testing::TestWithParam<std::tuple<Rates, bool>> {
 protected:
     static constexpr int frames = 10000;
 
-    /// Pushes all frames, collects the outputs and checks that the frames come back in order.
     void run() {
-        const auto [r, blend] = GetParam();
-        const auto narrow = [](std::int64_t v) { return static_cast<std::int32_t>(v); };
-        ASSERT_TRUE(converter.allocate(
-            test::rates(narrow(r.srcNum), narrow(r.srcDen), narrow(r.dstNum), narrow(r.dstDen), blend, true)));
         for (int n = 1; n <= frames; ++n) {
-            Frame& frame = *queued.emplace_back(std::make_unique<Frame>(valueOf(n)));
+            Frame& frame = *queued.emplace_back(std::make_unique<Frame>(valueOf(n), 1, 2));
             ASSERT_TRUE(frame.addUserData(&tags[std::size_t(n - 1)]));
             ASSERT_TRUE(converter.pushImg(frame)) << "frame " << n;
-            ASSERT_NO_FATAL_FAILURE(convertAll(n));
+            while (isDue()) ASSERT_NO_FATAL_FAILURE(convert(n));
         }
     }
 
-    void convertAll(int n) {
+    bool isDue() {
         Img* released = nullptr;
-        while (converter.isConverterReady(&released)) {
-            Frame out;
-            ASSERT_TRUE(converter.rateConvert(out, FieldFrameBoth, &released));
-            outputs.push_back({n, converter.lastBlendAlpha(), out.value()});
-            for (void* item : test::itemsOf(out)) arrived.push_back(item), arrivedAt.push_back(outputs.size() - 1);
-            takeBack(released);
+        bool due = false;
+        {
+            const test::FailingHeap heap(0);
+            due = converter.isConverterReady(&released);
         }
+        takeBack(released);
+        return due;
+    }
+
+    void convert(int n) {
+        Frame starved(0, 1, 2), out(0, 1, 2);
+        Img* released = nullptr;
+        const FieldFrameSelect sel = outputs.size() / 20 % 2 == 0 ? FieldFrameTop : FieldFrameBoth;
+        const int buffered = converter.bufferedFrames(), weight = converter.lastBlendAlpha();
+        bool made = false;
+        {
+            const test::FailingHeap heap(static_cast<int>(outputs.size() % 20));
+            made = converter.rateConvert(starved, sel, &released);
+        }
+        if (!made) {
+            ++refusals;
+            ASSERT_EQ(released, nullptr);
+            ASSERT_TRUE(converter.bufferedFrames() == buffered && converter.lastBlendAlpha() == weight);
+            ASSERT_TRUE(test::userDataOf(starved).empty());
+            ASSERT_TRUE(converter.rateConvert(out, sel, &released));
+        }
+        const Frame& output = made ? starved : out;
+        for (void* item : test::userDataOf(output)) arrived.push_back(item), arrivedAt.push_back(outputs.size());
+        outputs.push_back({n, converter.lastBlendAlpha(), output.value()});
         takeBack(released);
     }
 
@@ -81,52 +104,50 @@ protected:
         if (released == nullptr) return;
         ASSERT_FALSE(queued.empty());
         ASSERT_EQ(released, queued.front().get()) << "frames return in their order, each once";
-        ASSERT_TRUE(test::itemsOf(*released).empty()) << "user data stays behind";
+        ASSERT_TRUE(test::userDataOf(*released).empty()) << "user data stays behind";
         queued.erase(queued.begin());  // frees it: nobody may look at it any more
+    }
+
+    /// What no output took is still here: on the queued frames or waiting.
+    void drain() {
+        while (converter.bufferedFrames() > 0)
+            if (const Img* img = converter.popImg())
+                for (void* item : test::userDataOf(*img)) arrived.push_back(item);
+        while (void* item = converter.extractUserData()) arrived.push_back(item);
     }
 
     FrameRateConvert converter;
     std::vector<std::unique_ptr<Frame>> queued;
     std::vector<Output> outputs;
+    int refusals = 0;
     std::vector<char> tags = std::vector<char>(frames);
     std::vector<void*> arrived;
     std::vector<std::size_t> arrivedAt;
 };
 
-TEST_P(Cadence, EqualsRationalTimesWithoutDrift) {
+TEST_P(Cadence, MakesTheModelsOutputsAndLosesNoItemWhateverTheHeapRefuses) {
     const auto [r, blend] = GetParam();
+    ASSERT_TRUE(converter.allocate(test::rates(r.srcNum, r.srcDen, r.dstNum, r.dstDen, blend, true)));
     ASSERT_NO_FATAL_FAILURE(run());
+    EXPECT_GT(refusals, 0) << "the heap refused nothing that matters";
     const std::vector<Output> expected = model(r, frames, blend);
     ASSERT_EQ(outputs.size(), expected.size());
     for (std::size_t m = 0; m < expected.size(); ++m)
         ASSERT_EQ(outputs[m], expected[m])
             << "output " << m << ": frame " << outputs[m].newest << " for " << expected[m].newest << ", weight "
             << outputs[m].weight << " for " << expected[m].weight;
-}
 
-TEST_P(Cadence, EveryItemArrivesOnceInOrderWithTheOutputOfItsFrame) {
-    const auto [r, blend] = GetParam();
-    ASSERT_NO_FATAL_FAILURE(run());
     // Item n goes to the first output that knows its frame, or to the one behind it when the frame weighs less there.
-    const std::vector<Output> expected = model(r, frames, blend);
     std::size_t m = 0;
-    for (std::size_t n = 0; n < arrived.size(); ++n) {
-        ASSERT_EQ(arrived[n], &tags[n]);
+    for (std::size_t n = 0; n < arrivedAt.size(); ++n) {
         const auto frame = static_cast<std::int64_t>(n) + 1;
         while (expected[m].newest < frame) ++m;
         const bool late = expected[m].newest == frame && expected[m].weight >= 128;
         ASSERT_EQ(arrivedAt[n], m + (late ? 1 : 0)) << "item " << n;
     }
-    // What no output took is still here: on the queued frames or waiting, in this order.
-    std::vector<void*> rest;
-    const auto take = [&](const Img* img) {
-        for (void* item : test::itemsOf(*img)) rest.push_back(item);
-    };
-    while (converter.bufferedFrames() > 0)
-        if (const Img* img = converter.popImg()) take(img);
-    while (void* item = converter.extractUserData()) rest.push_back(item);
-    ASSERT_EQ(arrived.size() + rest.size(), tags.size());
-    for (std::size_t i = 0; i < rest.size(); ++i) EXPECT_EQ(rest[i], &tags[arrived.size() + i]);
+    drain();
+    ASSERT_EQ(arrived.size(), tags.size());
+    for (std::size_t n = 0; n < tags.size(); ++n) ASSERT_EQ(arrived[n], &tags[n]);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rates, Cadence, ::testing::Combine(::testing::ValuesIn(cadences), ::testing::Bool()),

@@ -4,7 +4,10 @@
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <memory>
+#include <tuple>
+#include <typeinfo>
 #include <vector>
 
 namespace Orvel {
@@ -13,104 +16,89 @@ namespace {
 struct PlaneSize {
     int width, height, step;
 };
-struct Expected {
+struct Format {
     std::uint32_t code;
     int bpp, channels;
-    std::vector<PlaneSize> of721x481, of720x3;  // none: refused
+    std::vector<PlaneSize> of721x481, of720x3;  ///< none: refused
+    std::function<std::unique_ptr<Img>()> make;
+    std::uint32_t classCode;  ///< what the class says
+    int classBpp;
 };
 
 template <class T>
-Expected expected();
-template <>
-Expected expected<I420Img>() {
-    return {0x30323449,
-            1,
-            1,
-            {{721, 481, 724}, {360, 241, 360}, {360, 241, 360}},
-            {{720, 3, 720}, {360, 2, 360}, {360, 2, 360}}};
-}
-template <>
-Expected expected<YV16Img>() {
-    return {0x36315659,
-            1,
-            1,
-            {{721, 481, 724}, {360, 481, 360}, {360, 481, 360}},
-            {{720, 3, 720}, {360, 3, 360}, {360, 3, 360}}};
-}
-template <>
-Expected expected<HY16Img>() {
-    return {0x36315948, 2, 1, {}, {{720, 3, 1440}, {360, 3, 720}, {360, 3, 720}}};
-}
-template <>
-Expected expected<UYVYImg>() {
-    return {0x59565955, 2, 2, {{721, 481, 1444}}, {{720, 3, 1440}}};
-}
-template <>
-Expected expected<YUYVImg>() {
-    return {0x56595559, 2, 2, {{721, 481, 1444}}, {{720, 3, 1440}}};
-}
-template <>
-Expected expected<V216Img>() {
-    return {0x36313256, 4, 2, {}, {{720, 3, 2880}}};
-}
-template <>
-Expected expected<BGRImg>() {
-    return {0, 4, 3, {{721, 481, 2884}}, {{720, 3, 2880}}};
+Format format(std::uint32_t code, int bpp, int channels, std::vector<PlaneSize> of721x481,
+              std::vector<PlaneSize> of720x3) {
+    return {code,
+            bpp,
+            channels,
+            of721x481,
+            of720x3,
+            [] { return std::make_unique<T>(); },
+            T::getClassFormat(),
+            T::getClassBpp()};
 }
 
-template <class T>
-class FormatTest : public ::testing::Test {};
-using AllFormats = ::testing::Types<I420Img, YV16Img, HY16Img, UYVYImg, YUYVImg, V216Img, BGRImg>;
-TYPED_TEST_SUITE(FormatTest, AllFormats);
+const Format allFormats[] = {
+    format<I420Img>(0x30323449, 1, 1, {{721, 481, 724}, {360, 241, 360}, {360, 241, 360}},
+                    {{720, 3, 720}, {360, 2, 360}, {360, 2, 360}}),
+    format<YV16Img>(0x36315659, 1, 1, {{721, 481, 724}, {360, 481, 360}, {360, 481, 360}},
+                    {{720, 3, 720}, {360, 3, 360}, {360, 3, 360}}),
+    format<HY16Img>(0x36315948, 2, 1, {}, {{720, 3, 1440}, {360, 3, 720}, {360, 3, 720}}),
+    format<UYVYImg>(0x59565955, 2, 2, {{721, 481, 1444}}, {{720, 3, 1440}}),
+    format<YUYVImg>(0x56595559, 2, 2, {{721, 481, 1444}}, {{720, 3, 1440}}),
+    format<V216Img>(0x36313256, 4, 2, {}, {{720, 3, 2880}}),
+    format<BGRImg>(0, 4, 3, {{721, 481, 2884}}, {{720, 3, 2880}}),
+};
 
-void expectPlanes(const Img& img, const Expected& e, const std::vector<PlaneSize>& planes) {
+void expectPlanes(const Img& img, const Format& f, const std::vector<PlaneSize>& planes) {
     ASSERT_EQ(img.numPlanes(), int(planes.size()));
     for (int p = 0; p < img.numPlanes(); ++p) {
         const PlaneSize& size = planes[std::size_t(p)];
         int channels = 0;
         EXPECT_TRUE(img.getInterleavedChannels(p, channels));
-        EXPECT_EQ(channels, e.channels);
-        EXPECT_EQ(img.getWidth(p), size.width) << p;
-        EXPECT_EQ(img.getHeight(p), size.height) << p;
-        EXPECT_EQ(img.getStep(p), size.step) << p;
-        EXPECT_EQ(img.getBpp(p), e.bpp) << p;
+        EXPECT_EQ(std::tuple(img.getWidth(p), img.getHeight(p), img.getStep(p), img.getBpp(p), channels),
+                  std::tuple(size.width, size.height, size.step, f.bpp, f.channels))
+            << p;
     }
 }
 
-TYPED_TEST(FormatTest, HasItsPlanesChannelsAndCode) {
-    const Expected e = expected<TypeParam>();
-    EXPECT_EQ(TypeParam::getClassFormat(), e.code);
-    EXPECT_EQ(TypeParam::getClassBpp(), e.bpp);
-    TypeParam img;
-    EXPECT_EQ(img.getFormat(), e.code);
-    ASSERT_TRUE(img.allocate(720, 3, e.bpp));
-    expectPlanes(img, e, e.of720x3);
-    const bool refused = e.of721x481.empty();
-    EXPECT_EQ(img.allocate(721, 481, e.bpp), !refused);
-    expectPlanes(img, e, refused ? e.of720x3 : e.of721x481);
-    EXPECT_EQ(img.getFormat(), e.code);
-    img.deallocate(-1);
-    EXPECT_EQ(img.getFormat(), Img::noFormat);
-    const std::unique_ptr<Img> fresh(img.replicateType());
-    EXPECT_NE(dynamic_cast<TypeParam*>(fresh.get()), nullptr);
-    EXPECT_TRUE(fresh->getFormat() == e.code && fresh->numPlanes() == 0);
+TEST(FormatTest, EachHasItsPlanesChannelsAndCode) {
+    for (const Format& f : allFormats) {
+        SCOPED_TRACE(f.code);
+        EXPECT_TRUE(f.classCode == f.code && f.classBpp == f.bpp);
+        const auto img = f.make();
+        EXPECT_EQ(img->getFormat(), f.code);
+        ASSERT_TRUE(img->allocate(720, 3, f.bpp));
+        expectPlanes(*img, f, f.of720x3);
+        const bool refused = f.of721x481.empty();
+        EXPECT_EQ(img->allocate(721, 481, f.bpp), !refused);
+        expectPlanes(*img, f, refused ? f.of720x3 : f.of721x481);
+        EXPECT_EQ(img->getFormat(), f.code);
+        img->deallocate(-1);
+        EXPECT_EQ(img->getFormat(), Img::noFormat);
+        const std::unique_ptr<Img> fresh(img->replicateType());
+        ASSERT_NE(fresh, nullptr);
+        const Img &made = *fresh, &same = *img;
+        EXPECT_TRUE(typeid(made) == typeid(same) && made.getFormat() == f.code && made.numPlanes() == 0);
+    }
 }
 
-TYPED_TEST(FormatTest, AFailedAllocationLeavesNoPlanes) {
-    constexpr bool planar = findFormat(TypeParam::getClassFormat())->planes == 3;
-    constexpr bool packed8Bit = !planar && !std::is_same_v<TypeParam, V216Img>;
-    for (const auto& [width, height] : {std::pair{1 << 20, 1 << 20}, {-2, 4}, {4, -2}}) {
-        TypeParam img;
-        ASSERT_TRUE(img.allocate(8, 8, TypeParam::getClassBpp()));
-        EXPECT_FALSE(img.allocate(width, height, TypeParam::getClassBpp())) << width << " x " << height;
-        EXPECT_TRUE(img.numPlanes() == 0 && img.getPixels(0) == nullptr && img.getPixels(2) == nullptr);
-        EXPECT_EQ(img.getFormat(), planar ? Img::noFormat : TypeParam::getClassFormat());
-        ASSERT_TRUE(img.allocate(8, 8, TypeParam::getClassBpp()));
-        EXPECT_EQ(img.getFormat(), TypeParam::getClassFormat());
-        img.deallocate(-1);
-        EXPECT_FALSE(img.allocate(width, height, TypeParam::getClassBpp()));
-        EXPECT_EQ(img.getFormat(), packed8Bit ? TypeParam::getClassFormat() : Img::noFormat);
-    }
+TEST(FormatTest, AFailedAllocationLeavesNoPlanes) {
+    for (const Format& f : allFormats)
+        for (const auto& [width, height] : {std::pair{1 << 20, 1 << 20}, {-2, 4}, {4, -2}}) {
+            SCOPED_TRACE(f.code);
+            const bool planar = f.of720x3.size() == 3, packed8Bit = !planar && f.code != V216Img::getClassFormat();
+            const auto img = f.make();
+            ASSERT_TRUE(img->allocate(8, 8, f.bpp));
+            EXPECT_FALSE(img->allocate(width, height, f.bpp)) << width << " x " << height;
+            EXPECT_TRUE(img->numPlanes() == 0 && img->getPixels(0) == nullptr && img->getPixels(2) == nullptr);
+            EXPECT_EQ(img->getFormat(), planar ? Img::noFormat : f.code);
+            ASSERT_TRUE(img->allocate(8, 8, f.bpp));
+            EXPECT_EQ(img->getFormat(), f.code);
+            img->deallocate(-1);
+            EXPECT_FALSE(img->allocate(width, height, f.bpp));
+            EXPECT_EQ(img->getFormat(), packed8Bit ? f.code : Img::noFormat);
+        }
 }
 
 TEST(FormatTest, PackedPicturesAreFilledPairByPair) {

@@ -310,23 +310,14 @@ TEST(Img, RunningOutOfMemoryLeavesNothingBehind) {
         Img twin, shadow;
         I420Img growing;
         ASSERT_TRUE(growing.allocate(8, 8, 1));
-        std::unique_ptr<Img> fresh;
-        {
+        const auto starved = [&](const auto& operation) {
             const test::FailingHeap heap(granted);
-            replicated = img.replicate(twin, 4);
-        }
-        {
-            const test::FailingHeap heap(granted);
-            shadowed = img.shadowCopy(shadow);
-        }
-        {
-            const test::FailingHeap heap(granted);
-            fresh.reset(img.makeShadow());
-        }
-        {
-            const test::FailingHeap heap(granted);
-            grown = growing.allocate(64, 64, 1);
-        }
+            return operation();
+        };
+        replicated = starved([&] { return img.replicate(twin, 4); });
+        shadowed = starved([&] { return img.shadowCopy(shadow); });
+        const std::unique_ptr<Img> fresh(starved([&] { return img.makeShadow(); }));
+        grown = starved([&] { return growing.allocate(64, 64, 1); });
         made = fresh != nullptr;
         EXPECT_TRUE(replicated ? twin.numPlanes() == 3 : isEmpty(twin)) << granted;
         EXPECT_TRUE(shadowed ? shadow.numPlanes() == 3 : isEmpty(shadow)) << granted;
@@ -334,19 +325,13 @@ TEST(Img, RunningOutOfMemoryLeavesNothingBehind) {
         EXPECT_EQ(img.getMemoryInterface(0)->getUseCount(), 1 + shadowed + made) << granted;
     }
     const Img plain;
-    bool added = true;
     for (int granted : {0, 1, 2, 4}) {  // the picture, then its planes
-        Img* none = nullptr;
-        {
-            const test::FailingHeap heap(granted);
-            none = plain.makeShadow();
-        }
+        const test::FailingHeap heap(granted);
+        Img* const none = plain.makeShadow();
         EXPECT_EQ(none, nullptr) << granted;
     }
-    {
-        const test::FailingHeap heap(0);
-        added = img.addUserData(&img);
-    }
+    const test::FailingHeap heap(0);
+    const bool added = img.addUserData(&img);
     EXPECT_FALSE(added);
 }
 

@@ -7,7 +7,6 @@
 
 #include "orvel/img/i420_img.h"
 #include "orvel/img/uyvy_img.h"
-#include "orvel/img/yv16_img.h"
 
 namespace Orvel {
 namespace {
@@ -187,32 +186,6 @@ TEST(ImgViews, AViewOnlyReusesTheMemoryBehindItsOrigin) {
     EXPECT_EQ(whole.getMemoryInterface(0)->getUseCount(), 1);
     ASSERT_TRUE(tail.set(0));
     EXPECT_EQ(numberAt(whole, 15, 15), 15 + 15000);
-}
-
-TEST(ImgViews, OperationsOnAViewStayInsideIt) {
-    YV16Img img, other;
-    ASSERT_TRUE(img.allocate(32, 12, 1) && img.set(7) && other.allocate(32, 12, 1) && other.set(9));
-    Img field, part, source;
-    img.getTopFieldShadow(field);
-    field.getShadowRoi(part, {6, 1}, {10, 3});
-    other.getShadowRoi(source, {6, 1}, {10, 3});
-    const auto isInside = [](int p, int x, int y) {
-        const int left = p == 0 ? 6 : 3, width = p == 0 ? 10 : 5;
-        return x >= left && x < left + width && y >= 2 && y <= 6 && y % 2 == 0;
-    };
-    const auto expectInside = [&](int inside) {
-        for (int p = 0; p < 3; ++p)
-            for (int y = 0; y < 12; ++y)
-                for (int x = 0; x < img.getStep(p); ++x)
-                    ASSERT_EQ(img.getPixels(p)[y * img.getStep(p) + x], isInside(p, x, y) ? inside : 7)
-                        << p << ": " << x << ", " << y;
-    };
-    ASSERT_TRUE(part.set(50));
-    expectInside(50);
-    ASSERT_TRUE(source.copy(part));
-    expectInside(9);
-    ASSERT_TRUE(part.copyMirror(part, 2));
-    expectInside(9);
 }
 
 }  // namespace

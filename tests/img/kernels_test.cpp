@@ -2,8 +2,8 @@
 #include "orvel/img/img_kernels.h"
 
 #include <gtest/gtest.h>
-#include <tbb/global_control.h>
 
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
@@ -11,6 +11,7 @@
 
 #include "orvel/img/img.h"
 #include "tests/support/guarded_plane.h"
+#include "tests/support/pictures.h"
 
 namespace Orvel {
 namespace {
@@ -40,8 +41,7 @@ struct Pictures {
 /// Runs body with 1, 2 and 4 threads and compares plane d with model(x, y).
 template <class Body>
 void expectResult(Pictures& p, const Body& body, const std::function<int(int, int)>& model, const char* name) {
-    for (std::size_t threads : {1u, 2u, 4u}) {
-        const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
+    test::withThreadCounts([&](std::size_t threads) {
         p.d.fill(0xCC);
         forEachBand(0, p.d.height(), body);
         for (int y = 0; y < p.d.height(); ++y)
@@ -49,7 +49,7 @@ void expectResult(Pictures& p, const Body& body, const std::function<int(int, in
                 ASSERT_EQ(p.d.at(x, y), std::uint8_t(model(x, y)))
                     << name << " at " << x << ", " << y << ", " << threads << " threads";
         ASSERT_TRUE(p.a.guardsIntact() && p.b.guardsIntact() && p.d.guardsIntact()) << name;
-    }
+    });
 }
 
 int saturate(int v) {
@@ -87,6 +87,11 @@ TEST(Kernels, DoTheirArithmeticOnAnyNumberOfThreads) {
     expectResult(
         p, Img::CGainU8(d, a, 0, 0, 3, 0), [&](int x, int y) { return saturate(3 * sampleA(x, y)); }, "CGainU8");
     expectResult(
+        p, Img::CGainU8(d, a, 0, 0, 3, 1), [&](int x, int y) { return saturate(int(std::lrint(1.5 * sampleA(x, y)))); },
+        "CGainU8 of 3 / 2, halves to even");
+    expectResult(
+        p, Img::CGainU8(d, a, 0, 0, 0, 0), [](int, int) { return 0; }, "CGainU8 of 0");
+    expectResult(
         p, Img::CGainU8(d, a, 0, 0, 1, 3), [](int, int) { return 0xCC; }, "CGainU8 of 1");
     expectResult(p, Img::CAbsDiffGainU8(d, a, b, 0, 0, 0, 1), difference, "CAbsDiffGainU8 of 1");
     expectResult(
@@ -95,40 +100,6 @@ TEST(Kernels, DoTheirArithmeticOnAnyNumberOfThreads) {
     Pictures wide(width, height, 2);
     expectResult(
         wide, Img::CCopyI16(&wide.imgD, &wide.imgA, 0), [&](int x, int y) { return int(wide.a.at(x, y)); }, "CCopyI16");
-}
-
-TEST(Kernels, HandExamples) {
-    struct Case {
-        std::function<void(Img&, Img&, Img&)> run;
-        int a, b, result;
-    };
-    const Rows one(0, 1);
-    for (const Case& c : {
-             Case{[&](Img&a, Img&, Img&d) { Img::CAddCU8(&d, &a, 0, 0, 200, 0)(one); }, 100, 0, 255},
-             {[&](Img&a, Img&, Img&d) { Img::CSubCU8(&d, &a, 0, 0, 200, 0)(one); }, 100, 0, 0},
-             {[&](Img&a, Img&b, Img&d) { Img::CAbsDiffGainU8(&d, &a, &b, 0, 0, 0, 3)(one); }, 10, 200, 255},
-             {[&](Img&a, Img&b, Img&d) { Img::CAbsDiffGainU8(&d, &a, &b, 0, 0, 0, 1)(one); }, 10, 200, 190},
-             {[&](Img&a, Img&, Img&d) { Img::CGainU8(&d, &a, 0, 0, 3, 1)(one); }, 5, 0, 8},   // 7.5
-             {[&](Img&a, Img&, Img&d) { Img::CGainU8(&d, &a, 0, 0, 5, 1)(one); }, 5, 0, 12},  // 12.5
-             {[&](Img&a, Img&, Img&d) { Img::CGainU8(&d, &a, 0, 0, 0, 0)(one); }, 5, 0, 0},
-         }) {
-        Pictures p(1, 1);
-        p.a.fill(std::uint8_t(c.a));
-        p.b.fill(std::uint8_t(c.b));
-        c.run(p.imgA, p.imgB, p.imgD);
-        EXPECT_EQ(p.d.at(0, 0), c.result);
-    }
-}
-
-TEST(Kernels, WorkInPlace) {
-    Pictures p(33, 9), q(33, 9);
-    forEachBand(0, 9, Img::CAddCU8(&p.imgA, &p.imgA, 0, 0, 50, 0));
-    forEachBand(0, 9, Img::CGainU8(&p.imgA, &p.imgA, 0, 0, 2, 1));  // two halves make a whole
-    forEachBand(0, 9, Img::CAbsDiffGainU8(&p.imgA, &p.imgA, &p.imgB, 0, 0, 0, 2));
-    for (int y = 0; y < 9; ++y)
-        for (int x = 0; x < 33; ++x)
-            ASSERT_EQ(p.a.at(x, y), saturate(2 * std::abs(saturate(q.a.at(x, y) + 50) - q.b.at(x, y))))
-                << x << ", " << y;
 }
 
 TEST(Kernels, NameTheFailedPrimitive) {

@@ -2,9 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <functional>
 
-#include "orvel/convert/convert_img.h"
 #include "tests/pipeline/engine_run.h"
 #include "tests/support/test_heap.h"
 
@@ -42,57 +41,21 @@ TEST(ProcessVideo, RefusesPicturesOfAnotherSizeOrFormat) {
     auto p = sized<I420Img>(64, 32);
     ProcessVideo<I420Img> engine;
     ASSERT_TRUE(engine.allocate(p));
-    bool ok = true;
-    EXPECT_EQ(engine.process(*picture<I420Img>(64, 31), ok), nullptr);
-    EXPECT_FALSE(ok);
-    Img empty;
-    ok = true;
-    EXPECT_EQ(engine.process(empty, ok), nullptr);
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(engine.process(*picture<BGRImg>(64, 32), ok), nullptr);
-    EXPECT_EQ(engine.process(*picture<YV16Img>(64, 32), ok), nullptr);
-    I420Img* foreign = nullptr;
+    std::vector<std::unique_ptr<Img>> others;
+    for (const auto& [width, height] : {std::pair{64, 31}, {64, 33}, {62, 32}})
+        others.push_back(picture<I420Img>(width, height));
+    others.push_back(picture<BGRImg>(64, 32));
+    others.push_back(picture<YV16Img>(64, 32));
+    others.push_back(std::make_unique<Img>());
+    for (const auto& other : others) {
+        bool ok = true;
+        EXPECT_EQ(engine.process(*other, ok), nullptr) << other->getWidth(0) << " x " << other->getHeight(0);
+        EXPECT_FALSE(ok);
+    }
     const auto mine = picture<I420Img>(64, 32);
-    foreign = mine.get();
+    I420Img* foreign = mine.get();
     EXPECT_FALSE(engine.returnImg(foreign));
     EXPECT_EQ(foreign, mine.get());
-}
-
-TEST(ProcessVideo, ConvertsAndCropsEverySourceFormat) {
-    const auto check = []<class T, class Src>(T expected, const Src& src, bool progressive, auto convert) {
-        auto p = sized<T>(48, 24);
-        p.srcProgressive = p.dstProgressive = progressive;
-        p.cropX = 4, p.cropY = 8, p.cropWidth = 32, p.cropHeight = 12;
-        ProcessVideo<T> engine;
-        ASSERT_TRUE(engine.allocate(p));
-        EXPECT_TRUE(engine.hasCropping());
-        auto& source = const_cast<Src&>(src);
-        const auto out = run<T>(engine, source);
-        Src region;
-        source.getShadowRoi(region, {4, 8}, {32, 12});
-        ASSERT_TRUE(expected.allocate(32, 12, T::getClassBpp()) && convert(expected, region));
-        ASSERT_NE(out.img, nullptr);
-        EXPECT_EQ(bytesOf(*out), bytesOf(expected));
-        // A view of another class is as good.
-        const std::unique_ptr<Img> plain(new Img);
-        ASSERT_TRUE(source.shadowCopy(*plain));
-        EXPECT_EQ(bytesOf(*run<T>(engine, *plain)), bytesOf(expected));
-    };
-    const auto uyvy = picture<UYVYImg>(48, 24);
-    const auto yuyv = picture<YUYVImg>(48, 24);
-    for (bool progressive : {true, false}) {
-        check.operator()<I420Img, UYVYImg>(
-            {}, *uyvy, progressive, [&](auto& d, auto& s) { return ConvertImg::UYVYToI420(d, s, !progressive); });
-        check.operator()<YV16Img, UYVYImg>({}, *uyvy, progressive,
-                                           [](auto& d, auto& s) { return ConvertImg::UYVYToYV16(d, s); });
-        check.operator()<YV16Img, YUYVImg>({}, *yuyv, progressive,
-                                           [](auto& d, auto& s) { return ConvertImg::YUYVToYV16(d, s); });
-    }
-    check.operator()<I420Img, YUYVImg>({}, *yuyv, true, [](auto& d, auto& s) { return ConvertImg::YUYVToI420(d, s); });
-    check.operator()<HY16Img, V216Img>({}, *picture<V216Img>(48, 24), true,
-                                       [](auto& d, auto& s) { return ConvertImg::V216ToHY16(d, s); });
-    check.operator()<HY16Img, HY16Img>({}, *picture<HY16Img>(48, 24), true, [](auto& d, auto& s) { return s.copy(d); });
-    check.operator()<I420Img, I420Img>({}, *picture<I420Img>(48, 24), true, [](auto& d, auto& s) { return s.copy(d); });
 }
 
 TEST(ProcessVideo, InterlacedYUYVHasNoWayTo420) {
@@ -103,89 +66,37 @@ TEST(ProcessVideo, InterlacedYUYVHasNoWayTo420) {
     EXPECT_EQ(run(engine, *picture<YUYVImg>(48, 24)).img, nullptr);
 }
 
-/// What the resizer makes of src inside a canvas of the background colour.
-template <class T>
-std::vector<std::uint8_t> onCanvas(Img& src, const ProcessVideoParams<T>& p) {
-    T canvas;
-    EXPECT_TRUE(canvas.allocate(p.dstWidth, p.dstHeight, T::getClassBpp()));
-    const int shift = p.is16Bit ? 8 : 0;
-    EXPECT_TRUE(canvas.setPlane(0, p.backgroundY << shift) && canvas.setPlane(1, p.backgroundU << shift) &&
-                canvas.setPlane(2, p.backgroundV << shift));
-    Img view;
-    canvas.getShadowRoi(view, {p.dstCropX, p.dstCropY}, {p.dstCropWidth, p.dstCropHeight});
-    ResizeImg resizer;
-    EXPECT_TRUE(resizer.allocate(view, src, p.resizeInterp, ResizeSmoothNone) && resizer.resize(view, src));
-    return bytesOf(canvas);
-}
-
-template <class T>
-void expectScaledOntoCanvas() {
-    auto p = sized<T>(64, 48);
-    p.dstWidth = 60, p.dstHeight = 40;
-    p.dstCropX = 8, p.dstCropY = 6, p.dstCropWidth = 40, p.dstCropHeight = 30;
-    p.backgroundY = 30, p.backgroundU = 90, p.backgroundV = 200;
-    ProcessVideo<T> engine;
-    ASSERT_TRUE(engine.allocate(p));
-    EXPECT_TRUE(engine.hasResizing() && engine.hasDstCropping() && !engine.hasCropping());
-    for (unsigned frame = 0; frame < 3; ++frame) {  // the second and third picture are recycled
-        const auto src = picture<T>(64, 48, frame);
-        const auto out = run(engine, *src);
-        ASSERT_NE(out.img, nullptr);
-        EXPECT_EQ(bytesOf(*out), onCanvas<T>(*src, p));
+TEST(ProcessVideo, RefusesParametersThatNoStageTakes) {
+    using P = ProcessVideoParams<I420Img>;
+    DeinterlaceCAVTImgParams record;
+    const std::pair<const char*, std::function<void(P&)>> faults[] = {
+        {"refused by validation", [](P& p) { p.cropX = 65; }},
+        {"negative crop", [](P& p) { p.cropHeight = -8; }},
+        {"rectangle outside the canvas derived", [](P& p) { p.cropWidth = 32, p.dstCropWidth = 40; }},
+        {"rate above 31 bits", [](P& p) { p.dstFrameRateNum = 0x80000000u; }},
+        {"no rate", [](P& p) { p.srcFrameRateNum = 0, p.dstFrameRateNum = 25; }},
+        {"canvas too small for the filter", [](P& p) { p.dstWidth = 62, p.mctfEnable = true; }},
+        {"no such method", [](P& p) { p.dstWidth = 20, p.resizeInterp = static_cast<ResizeInterp>(3); }},
+        {"no such deinterlacer",
+         [&](P& p) {
+             p.srcProgressive = false;
+             p.deinterlaceType = static_cast<DeinterlaceType>(3);
+             p.deinterlaceParams = &record;
+         }},
+    };
+    for (const auto& [name, fault] : faults) {
+        auto p = sized<I420Img>(64, 48);
+        fault(p);
+        EXPECT_FALSE(ProcessVideo<I420Img>().allocate(p)) << name;
     }
-}
-
-TEST(ProcessVideo, ScalesOntoACanvasThatKeepsItsBorder) {
-    expectScaledOntoCanvas<I420Img>();
-    expectScaledOntoCanvas<YV16Img>();
-    expectScaledOntoCanvas<HY16Img>();
-}
-
-TEST(ProcessVideo, InterlacedPicturesAreScaledFieldByField) {
-    for (ResizeInterp method : {ResizeInterpNone, ResizeInterpLanczos}) {
-        auto p = sized<I420Img>(64, 50);
-        p.srcProgressive = p.dstProgressive = false;
-        p.dstWidth = 48, p.dstHeight = 42, p.resizeInterp = method;
-        ProcessVideo<I420Img> engine;
-        ASSERT_TRUE(engine.allocate(p));
-        const auto src = picture<I420Img>(64, 50);
-        const auto out = run(engine, *src);
-        ASSERT_NE(out.img, nullptr);
-        for (bool top : {true, false}) {
-            I420Img from, to, field;
-            top ? src->getTopFieldShadow(from) : src->getBottomFieldShadow(from);
-            top ? out->getTopFieldShadow(field) : out->getBottomFieldShadow(field);
-            ASSERT_TRUE(field.replicate(to, 4));
-            ResizeImg resizer;
-            ASSERT_TRUE(resizer.allocate(to, from, p.resizeInterp, ResizeSmoothNone) && resizer.resize(to, from));
-            EXPECT_EQ(bytesOf(field), bytesOf(to)) << (top ? "top" : "bottom") << " field, method " << p.resizeInterp;
-        }
-    }
-}
-
-TEST(ProcessVideo, APlacedPictureThatIsNotScaledPassesThroughAtCropSize) {
-    auto p = sized<I420Img>(64, 48);
-    p.dstWidth = 80, p.dstHeight = 60;
-    p.dstCropX = 8, p.dstCropY = 6, p.dstCropWidth = 64, p.dstCropHeight = 48;
-    ProcessVideo<I420Img> engine;
-    ASSERT_TRUE(engine.allocate(p));
-    EXPECT_FALSE(engine.hasResizing());
-    const auto out = run(engine, *picture<I420Img>(64, 48));
-    ASSERT_NE(out.img, nullptr);
-    EXPECT_EQ(out->getWidth(0), 64);
-}
-
-TEST(ProcessVideo, SuperSamplingAndTheFiltersAreFor8BitsOnly) {
     for (ResizeInterp method :
          {ResizeInterpNone, ResizeInterpSuperSampling, ResizeInterpLanczosFilter, ResizeInterpHannFilter}) {
-        auto deep = sized<HY16Img>(64, 48);
+        auto deep = sized<HY16Img>(64, 48);  // these are for 8 bits
         deep.dstWidth = 32, deep.dstHeight = 24, deep.resizeInterp = method;
-        ProcessVideo<HY16Img> engine16;
-        EXPECT_FALSE(engine16.allocate(deep)) << method;
+        EXPECT_FALSE(ProcessVideo<HY16Img>().allocate(deep)) << method;
         auto p = sized<YV16Img>(64, 48);
         p.dstWidth = 32, p.dstHeight = 24, p.resizeInterp = method;
-        ProcessVideo<YV16Img> engine8;
-        EXPECT_TRUE(engine8.allocate(p)) << method;
+        EXPECT_TRUE(ProcessVideo<YV16Img>().allocate(p)) << method;
     }
 }
 
@@ -211,12 +122,6 @@ TEST(ProcessVideo, UserDataTravelsOnceAndOnlyWhenAsked) {
 TEST(ProcessVideo, AnEngineIsAllocatedOnce) {
     auto p = sized<I420Img>(64, 48);
     ProcessVideo<I420Img> engine;
-    auto refused = sized<I420Img>(64, 48);
-    refused.cropX = 65;
-    EXPECT_FALSE(engine.allocate(refused));
-    auto negative = sized<I420Img>(64, 48);
-    negative.cropHeight = -8;
-    EXPECT_FALSE(ProcessVideo<I420Img>().allocate(negative));
     ASSERT_TRUE(engine.allocate(p));
     bool ok = false;
     I420Img* out = engine.process(*picture<I420Img>(64, 48), ok);

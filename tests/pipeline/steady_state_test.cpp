@@ -43,6 +43,9 @@ TEST(SteadyState, NoPictureMemoryIsAllocatedPerFrame) {
             fields.resizeInterp = method;
             EXPECT_EQ((steadyStateAllocations<I420Img, UYVYImg>(fields)), 0) << "method " << method;
         }
+        auto slower = plain;  // some pictures make no output
+        slower.dstFrameRateNum = 10;
+        EXPECT_EQ((steadyStateAllocations<I420Img, I420Img>(slower)), 0);
         auto allStages = plain;
         allStages.srcProgressive = false;
         allStages.deinterlaceType = DeinterlaceTypeBlend;

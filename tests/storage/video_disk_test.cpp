@@ -1,16 +1,12 @@
 #include "orvel/storage/video_disk.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <climits>
-#include <filesystem>
-#include <fstream>
-#include <string>
 
 #include "orvel/img/i420_img.h"
 #include "orvel/img/uyvy_img.h"
 #include "orvel/storage/vid_raw420.h"
+#include "tests/storage/disk_folder.h"
 #include "tests/storage/memory_disk.h"
 #include "tests/support/test_heap.h"
 
@@ -18,7 +14,6 @@ namespace Orvel {
 namespace {
 
 using namespace test;
-using Bytes = std::vector<std::uint8_t>;
 
 /// All bytes of a plane's memory, padding and what lies behind the rows included.
 Bytes memoryOf(const Img& img, int plane) {
@@ -67,18 +62,41 @@ void setColumn(I420Img& img, const std::vector<int>& cb) {
         for (int x = 0; x < 2; ++x) *img.getPixel(0, y, x) = static_cast<std::uint8_t>(50 + y);
 }
 
-TEST(VideoDisk, AnUnknownFormatIsNeitherReadNorWritten) {
+/// All four operations fail, on pictures that fit a store of 8 x 8 and stay as they are if untouched is true.
+void expectAllFail(VideoDisk& disk, bool untouched = true) {
+    const auto frame = picture<I420Img>(8, 8), top = picture<I420Img>(8, 4, 2), bottom = picture<I420Img>(8, 4, 3);
+    EXPECT_FALSE(disk.readI420Frame(*frame, 0));
+    EXPECT_TRUE(!untouched || bytesOf(*frame) == bytesOf(*picture<I420Img>(8, 8)));
+    EXPECT_FALSE(disk.readI420Fields(*top, *bottom, 0));
+    EXPECT_EQ(bytesOf(*top), bytesOf(*picture<I420Img>(8, 4, 2)));
+    EXPECT_EQ(bytesOf(*bottom), bytesOf(*picture<I420Img>(8, 4, 3)));
+    EXPECT_FALSE(disk.writeI420Frame(*frame, 0));
+    EXPECT_FALSE(disk.writeI420Fields(*top, *bottom, 0));
+}
+
+TEST(VideoDisk, UnknownFormatsAndSizesAreNeitherReadNorWritten) {
     for (const int format : {0, 444, -1, 421}) {
+        SCOPED_TRACE(format);
         MemoryDisk disk(format, 8, 8);
         disk.frames[0] = Bytes(128, 1);
-        const auto frame = picture<I420Img>(8, 8), top = picture<I420Img>(8, 4, 2), bottom = picture<I420Img>(8, 4, 3);
-        const Bytes before = bytesOf(*frame), topBefore = bytesOf(*top), bottomBefore = bytesOf(*bottom);
-        EXPECT_FALSE(disk.readI420Frame(*frame, 0));
-        EXPECT_FALSE(disk.readI420Fields(*top, *bottom, 0));
-        EXPECT_FALSE(disk.writeI420Frame(*frame, 0));
-        EXPECT_FALSE(disk.writeI420Fields(*top, *bottom, 0));
-        EXPECT_EQ(disk.reads + disk.writes, 0) << format;
-        EXPECT_TRUE(bytesOf(*frame) == before && bytesOf(*top) == topBefore && bytesOf(*bottom) == bottomBefore);
+        expectAllFail(disk);
+        EXPECT_EQ(disk.reads + disk.writes, 0);
+    }
+    for (const auto& [width, height] : {std::pair{-8, 8}, {8, -8}, {INT_MAX, INT_MAX}}) {
+        MemoryDisk disk(422, width, height);
+        expectAllFail(disk);
+    }
+    VidRaw420 closed;
+    expectAllFail(closed);
+}
+
+TEST(VideoDisk, FailingReadsAndWritesAreReportedAndFieldsStayAsTheyWere) {
+    for (const int format : {420, 422}) {
+        MemoryDisk disk(format, 8, 8);
+        disk.frames[0] = Bytes(70, 5);  // breaks off
+        disk.failsToWrite = true;
+        expectAllFail(disk, false);
+        EXPECT_TRUE(disk.reads == 2 && disk.writes == 2);
     }
 }
 
@@ -89,7 +107,7 @@ TEST(VideoDisk, FieldsAreTheFramesLinesAndNothingBesideThemIsTouched) {
             const auto frame = picture<I420Img>(width, height, unsigned(height));
             disk.frames[3] = bytesOf(*frame);
             const auto top = picturePaddedWith(0xEE, width, (height + 1) / 2);
-            const auto bottom = picturePaddedWith(0xEE, width, (height + 1) / 2);
+            const auto bottom = picturePaddedWith(0xEE, width, std::max(height / 2, 1));
             ASSERT_TRUE(disk.readI420Fields(*top, *bottom, 3));
             for (int parity : {0, 1})
                 for (int p = 0; p < 3; ++p) {
@@ -134,18 +152,6 @@ TEST(VideoDisk, WeavesFieldsOfHalfTheRowsRoundedEitherWayAndStaysInsideTheFrame)
             }
 }
 
-TEST(VideoDisk, FieldViewsOfAFrameGiveTheFrameBack) {
-    for (const int height : {1, 2, 3, 4, 6, 486}) {
-        const auto frame = picture<I420Img>(24, height);
-        I420Img top, bottom;
-        frame->getTopFieldShadow(top);
-        frame->getBottomFieldShadow(bottom);
-        MemoryDisk disk(420, 24, height);
-        ASSERT_TRUE(disk.writeI420Fields(top, bottom, -1)) << height;
-        EXPECT_EQ(disk.frames[-1], bytesOf(*frame)) << height;
-    }
-}
-
 TEST(VideoDisk, PicturesOfOtherSizesAreRefusedBeforeTheStoreIsTouched) {
     const auto field = picture<I420Img>(8, 4), wide = picture<I420Img>(10, 4), narrow = picture<I420Img>(6, 4),
                low = picture<I420Img>(8, 3), high = picture<I420Img>(8, 5), frame = picture<I420Img>(8, 8),
@@ -169,13 +175,6 @@ TEST(VideoDisk, PicturesOfOtherSizesAreRefusedBeforeTheStoreIsTouched) {
     disk.frames[0] = Bytes(128, 9);
     EXPECT_FALSE(disk.readI420Frame(*field, 0));
     EXPECT_TRUE(disk.readI420Frame(*frame, 0));
-    for (const auto& [width, height] : {std::pair{-8, 8}, {8, -8}, {INT_MAX, INT_MAX}}) {
-        disk.resize(width, height);
-        EXPECT_FALSE(disk.readI420Frame(*frame, 0));
-        EXPECT_FALSE(disk.readI420Fields(*field, *field, 0));
-        EXPECT_FALSE(disk.writeI420Frame(*frame, 0));
-        EXPECT_FALSE(disk.writeI420Fields(*field, *field, 0));
-    }
 }
 
 TEST(VideoDisk, Format422FramesConvertProgressivelyAndFieldsInterlaced) {
@@ -239,23 +238,6 @@ TEST(VideoDisk, WhatAConversionLeavesOverIsGreyAndNotWhatMemoryHeld) {
     }
 }
 
-TEST(VideoDisk, FailingReadsAndWritesAreReportedAndFieldsStayAsTheyWere) {
-    for (const int format : {420, 422}) {
-        MemoryDisk disk(format, 8, 8);
-        disk.frames[0] = Bytes(70, 5);  // breaks off
-        const auto top = picture<I420Img>(8, 4, 2), bottom = picture<I420Img>(8, 4, 3), frame = picture<I420Img>(8, 8);
-        const Bytes topBefore = bytesOf(*top), bottomBefore = bytesOf(*bottom);
-        EXPECT_FALSE(disk.readI420Frame(*frame, 0));
-        EXPECT_FALSE(disk.readI420Fields(*top, *bottom, 0));
-        EXPECT_EQ(disk.reads, 2);
-        EXPECT_TRUE(bytesOf(*top) == topBefore && bytesOf(*bottom) == bottomBefore);
-        disk.failsToWrite = true;
-        EXPECT_FALSE(disk.writeI420Frame(*frame, 0));
-        EXPECT_FALSE(disk.writeI420Fields(*top, *bottom, 0));
-        EXPECT_EQ(disk.writes, 2);
-    }
-}
-
 TEST(VideoDisk, MissingMemoryIsReportedAndLaterCallsNeedNone) {
     const auto top = picture<I420Img>(160, 120, 2), bottom = picture<I420Img>(160, 120, 3);
     const auto frame = picture<I420Img>(160, 240);
@@ -285,58 +267,14 @@ TEST(VideoDisk, MissingMemoryIsReportedAndLaterCallsNeedNone) {
     runsOutThenWorks(422, [&](MemoryDisk& disk) { return disk.writeI420Frame(*frame, 0); });
 }
 
-/// Gives every test an empty directory of its own.
-class RawDiskTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-        dir_ = std::filesystem::path(::testing::TempDir()) / (std::string("orvel_disk_") + test->name());
-        std::filesystem::remove_all(dir_);
-        std::filesystem::create_directories(dir_);
-    }
-    void TearDown() override { std::filesystem::remove_all(dir_); }
-
-    std::wstring path(const std::string& name) const { return (dir_ / name).wstring(); }
-
-    std::filesystem::path dir_;
-};
-
-TEST_F(RawDiskTest, FieldsOf486LinesGoThroughAFileInSequence) {
-    VidRaw420 disk;
-    const auto name = path("f_720x486_.yuv");
-    const auto top = picture<I420Img>(720, 243, 1), bottom = picture<I420Img>(720, 243, 2),
-               frame = picture<I420Img>(720, 486, 3);
-    EXPECT_FALSE(disk.writeI420Frame(*frame, 0) || disk.writeI420Fields(*top, *bottom, 0)) << "closed";
-    EXPECT_FALSE(disk.readI420Frame(*frame, 0) || disk.readI420Fields(*top, *bottom, 0)) << "closed";
-    ASSERT_TRUE(disk.create(name.c_str(), 720, 486, true));
-    ASSERT_TRUE(disk.writeI420Fields(*top, *bottom, -1));
-    ASSERT_TRUE(disk.writeI420Frame(*frame, -1));
-    ASSERT_TRUE(disk.open(name.c_str()));
-    EXPECT_EQ(disk.numFrames(), 2);
-
-    I420Img read, same;
-    ASSERT_TRUE(disk.readI420Frame(read, -1));  // sized by the call
-    ASSERT_TRUE(disk.readImg(same, 0));
-    EXPECT_EQ(bytesOf(read), bytesOf(same));
-    for (int y : {0, 1, 484, 485}) EXPECT_EQ(rowOf(read, 0, y), rowOf(y % 2 == 0 ? *top : *bottom, 0, y / 2)) << y;
-    for (int y : {0, 1, 241, 242}) EXPECT_EQ(rowOf(read, 2, y), rowOf(y % 2 == 0 ? *top : *bottom, 2, y / 2)) << y;
-    ASSERT_TRUE(disk.readI420Fields(*top, *bottom, -1));
-    EXPECT_EQ(rowOf(*bottom, 0, 242), rowOf(*frame, 0, 485));
-    EXPECT_EQ(rowOf(*top, 1, 120), rowOf(*frame, 1, 240));
-    EXPECT_FALSE(disk.readI420Frame(read, -1)) << "behind the last frame";
-    for (int idx : {2, 1000, -2, INT_MAX}) {
-        EXPECT_FALSE(disk.readI420Frame(read, idx)) << idx;
-        EXPECT_FALSE(disk.readI420Fields(*top, *bottom, idx)) << idx;
-    }
-    EXPECT_TRUE(disk.readI420Fields(*top, *bottom, 0)) << "usable after failures";
-}
+class RawDiskTest : public test::DiskFolder {};
 
 TEST_F(RawDiskTest, FramesAndFieldsBeyondFourGibibytesOfASparseFile) {
     constexpr int width = 1024, height = 512;
     constexpr std::uint64_t frameBytes = width * height * 3 / 2, limit = std::uint64_t{1} << 32;
     constexpr int across = int(limit / frameBytes), beyond = 6000;  // the first one lies on both sides of the limit
     VidRaw420 disk;
-    const auto name = path("s_1024x512_.yuv");
+    const auto name = wide("s_1024x512_.yuv");
     const auto top = picture<I420Img>(width, height / 2, 1), bottom = picture<I420Img>(width, height / 2, 2),
                frame = picture<I420Img>(width, height, 3);
     ASSERT_TRUE(disk.create(name.c_str(), width, height, true));
@@ -358,26 +296,17 @@ TEST_F(RawDiskTest, FramesAndFieldsBeyondFourGibibytesOfASparseFile) {
     EXPECT_EQ(bytesAt((beyond + 1) * frameBytes - width / 2, width / 2), rowOf(*bottom, 2, height / 4 - 1));
 
     ASSERT_TRUE(disk.open(name.c_str()));
+    EXPECT_EQ(disk.numFrames(), beyond + 1);
     const auto readTop = picture<I420Img>(width, height / 2, 4), readBottom = picture<I420Img>(width, height / 2, 5);
     I420Img read;
     ASSERT_TRUE(disk.readI420Fields(*readTop, *readBottom, beyond));
     EXPECT_TRUE(bytesOf(*readTop) == bytesOf(*top) && bytesOf(*readBottom) == bytesOf(*bottom));
     ASSERT_TRUE(disk.readI420Frame(read, across));
     EXPECT_EQ(bytesOf(read), bytesOf(*frame));
-    EXPECT_FALSE(disk.readI420Fields(*readTop, *readBottom, beyond + 1));
+    for (int idx : {beyond + 1, INT_MAX}) EXPECT_FALSE(disk.readI420Fields(*readTop, *readBottom, idx));
     ASSERT_TRUE(disk.readI420Fields(*readTop, *readBottom, beyond - 1));
     EXPECT_EQ(bytesOf(*readTop, 0), Bytes(std::size_t(width) * height / 2, 0)) << "a hole";
 }
-
-#ifdef __linux__
-TEST_F(RawDiskTest, AFullDiskIsReported) {
-    VidRaw420 disk;
-    const auto top = picture<I420Img>(720, 288), frame = picture<I420Img>(720, 576);
-    ASSERT_TRUE(disk.create(L"/dev/full", 720, 576, true));
-    EXPECT_FALSE(disk.writeI420Fields(*top, *top, -1));
-    EXPECT_FALSE(disk.writeI420Frame(*frame, -1));
-}
-#endif
 
 }  // namespace
 }  // namespace Orvel

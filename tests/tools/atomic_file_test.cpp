@@ -13,23 +13,18 @@ using ::testing::HasSubstr;
 
 class AtomicFileTest : public test::FolderTest {};
 
-TEST_F(AtomicFileTest, AppearsUnderItsNameOnlyWithCommit) {
-    AtomicFile file(path("out"));
-    file.write("whole");
-    EXPECT_FALSE(std::filesystem::exists(path("out")));
-    file.commit();
-    EXPECT_EQ(slurp(path("out")), "whole");
-    EXPECT_THAT(files(), ElementsAre("out"));
-}
-
-TEST_F(AtomicFileTest, WithoutCommitTheOldContentStaysAndNothingElse) {
-    write("out", "old");
-    {
-        AtomicFile file(path("out"));
-        file.write("new");
+TEST_F(AtomicFileTest, TakesItsNameOnlyWithCommitAndLeavesNothingElse) {
+    for (const bool committed : {false, true}) {
+        write("out", "old");
+        {
+            AtomicFile file(path("out"));
+            file.write("new");
+            EXPECT_EQ(slurp(path("out")), "old");
+            if (committed) file.commit();
+        }
+        EXPECT_EQ(slurp(path("out")), committed ? "new" : "old");
+        EXPECT_THAT(files(), ElementsAre("out"));
     }
-    EXPECT_EQ(slurp(path("out")), "old");
-    EXPECT_THAT(files(), ElementsAre("out"));
 }
 
 TEST_F(AtomicFileTest, KeepsPermissionsAndLinks) {

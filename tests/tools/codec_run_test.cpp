@@ -43,12 +43,10 @@ protected:
 
 TEST_F(CodecRunTest, CodesSurviveStrongCompression) {
     stamp("roof_720x576_50p.yuv", 2, "--fps 29.97 --start '10:00:59;20'");
-    for (const char* factor : {"23", "35", "45"}) {
-        ffmpeg(std::string("-i s.y4m -c:v libx264 -preset medium -crf ") + factor + " c.mkv");
-        ffmpeg("-i c.mkv -f yuv4mpegpipe d.y4m");
-        EXPECT_EQ(run("compare s.y4m d.y4m").exit, 1);  // there was some
-        expectCodes("d.y4m", 20, "10:01:00;11,,,,", "");
-    }
+    ffmpeg("-i s.y4m -c:v libx264 -preset medium -crf 45 c.mkv");
+    ffmpeg("-i c.mkv -f yuv4mpegpipe d.y4m");
+    EXPECT_EQ(run("compare s.y4m d.y4m").exit, 1);  // there was some
+    expectCodes("d.y4m", 20, "10:01:00;11,,,,", "");
     stamp("walkway_352x288_30p.yuv", 2, "--fps 29.97 --start '10:00:59;20'");
     ffmpeg("-i s.y4m -c:v libx264 -preset medium -crf 45 c.mkv");
     ffmpeg("-i c.mkv -vf scale=500:400 -f yuv4mpegpipe d.y4m");

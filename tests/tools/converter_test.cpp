@@ -13,6 +13,7 @@ namespace {
 
 using namespace Orvel;
 using Orvel::test::bytesOf;
+using Orvel::test::picture;
 using ::testing::HasSubstr;
 
 const FormatInfo& named(const char* name) {
@@ -52,25 +53,17 @@ TEST(FormatConverter, InterlacedPicturesTakeOnlyStepsThatKeepTheFieldsApart) {
 }
 
 TEST(FormatConverter, GivesWhatTheLibraryGives) {
-    for (bool interlaced : {false, true}) {
-        UYVYImg source;
-        ASSERT_TRUE(source.allocate(34, 12, UYVYImg::getClassBpp()));
-        Orvel::test::fillRandom(source, 5);
-        I420Img expected;
-        ASSERT_TRUE(expected.allocate(34, 12, 1));
-        ASSERT_TRUE(ConvertImg::UYVYToI420(expected, source, interlaced));
-        FormatConverter converter(named("uyvy"), named("i420"), 34, 12, {interlaced, false});
-        EXPECT_EQ(bytesOf(converter.convert(source)), bytesOf(expected));
-    }
+    const auto source = picture<UYVYImg>(34, 12, 5);
+    I420Img fields;
+    ASSERT_TRUE(fields.allocate(34, 12, 1) && ConvertImg::UYVYToI420(fields, *source, true));
+    EXPECT_EQ(bytesOf(FormatConverter(named("uyvy"), named("i420"), 34, 12, {true, false}).convert(*source)),
+              bytesOf(fields));
+    const auto planar = picture<I420Img>(34, 12, 6);
     for (bool hdtv : {false, true}) {
-        I420Img source;
-        ASSERT_TRUE(source.allocate(34, 12, 1));
-        Orvel::test::fillRandom(source, 6);
         BGRImg expected;
-        ASSERT_TRUE(expected.allocate(34, 12, BGRImg::getClassBpp()));
-        ASSERT_TRUE(ConvertImg::I420ToBGR(expected, source, hdtv));
+        ASSERT_TRUE(expected.allocate(34, 12, 4) && ConvertImg::I420ToBGR(expected, *planar, hdtv));
         FormatConverter converter(named("i420"), named("bgr"), 34, 12, {false, hdtv});
-        EXPECT_EQ(bytesOf(converter.convert(source)), bytesOf(expected));
+        EXPECT_EQ(bytesOf(converter.convert(*planar)), bytesOf(expected));
     }
 }
 

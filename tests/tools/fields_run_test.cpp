@@ -1,6 +1,7 @@
 // Fields and rates in the built program, beside what the library makes of the same pictures.
 #include "orvel/deinterlace/deinterlace_blend_img.h"
 #include "orvel/img/all_formats.h"
+#include "tests/tools/moving_clip.h"
 #include "tests/tools/run_support.h"
 
 namespace OrvelTool {
@@ -28,10 +29,8 @@ protected:
 
 ProcessVideoParams<I420Img> params48x32(bool interlaced) {
     ProcessVideoParams<I420Img> p;
-    p.srcWidth = 48;
-    p.srcHeight = 32;
+    p.srcWidth = 48, p.srcHeight = 32, p.srcFrameRateNum = 25;
     p.srcProgressive = !interlaced;
-    p.srcFrameRateNum = 25;
     return p;
 }
 
@@ -39,8 +38,7 @@ TEST_F(FieldsRunTest, DeinterlacingIsTheLibrarysWithTheFieldsInTheirOrder) {
     for (const bool topFirst : {true, false}) {
         const std::string order = topFirst ? "--field-order tff" : "--field-order bff";
         auto p = params48x32(true);
-        p.dstWidth = 40;
-        p.dstHeight = 24;
+        p.dstWidth = 40, p.dstHeight = 24;
         auto* cavt = new DeinterlaceCAVTImgParams;
         auto* blend = new DeinterlaceBlendImgParams;
         auto* triangle = new DeinterlaceTriangleImgParams;
@@ -49,8 +47,7 @@ TEST_F(FieldsRunTest, DeinterlacingIsTheLibrarysWithTheFieldsInTheirOrder) {
              {std::tuple("cavt", DeinterlaceTypeCAVT, static_cast<DeinterlaceImgParams*>(cavt)),
               std::tuple("blend", DeinterlaceTypeBlend, static_cast<DeinterlaceImgParams*>(blend)),
               std::tuple("triangle", DeinterlaceTypeTriangle, static_cast<DeinterlaceImgParams*>(triangle))}) {
-            record->width = 48;
-            record->height = 32;
+            record->width = 48, record->height = 32;
             p.deinterlaceType = type;
             p.deinterlaceParams = record;
             EXPECT_EQ(output("--scale 40x24 --deinterlace " + std::string(name) + " " + order),
@@ -64,15 +61,11 @@ TEST_F(FieldsRunTest, AnOddCutIsDeinterlacedInItsOwnOrder) {
     const auto packed = test::randomBytes(2 * 48 * 32 * 2);
     write("a_48x32_.uyvy", packed);
     ProcessVideoParams<YV16Img> p;
-    p.srcWidth = 48;
-    p.srcHeight = 32;
+    p.srcWidth = 48, p.srcHeight = 32, p.cropY = 3, p.cropHeight = 24;
     p.srcProgressive = false;
-    p.cropY = 3;
-    p.cropHeight = 24;
     auto* cavt = new DeinterlaceCAVTImgParams;
     p.deinterlaceParams = cavt;
-    cavt->width = 48;
-    cavt->height = 24;
+    cavt->width = 48, cavt->height = 24;
     cavt->topField = false;
     const auto outcome = run("process a_48x32_.uyvy b.yv16 --field-order tff --deinterlace cavt --crop 48x24+0+3");
     EXPECT_THAT(outcome.err, HasSubstr("note: --crop: Y 3 is odd"));
@@ -82,8 +75,7 @@ TEST_F(FieldsRunTest, AnOddCutIsDeinterlacedInItsOwnOrder) {
 /// Both pictures of each frame but the first and the last one.
 std::string doubled(const std::string& clip, bool topFirst, int width = 48, int height = 32) {
     DeinterlaceBlendImgParams p;
-    p.width = width;
-    p.height = height;
+    p.width = width, p.height = height;
     p.doubleRate = true;
     p.topFirst = topFirst;
     DeinterlaceBlendImg blend;
@@ -112,10 +104,7 @@ TEST_F(FieldsRunTest, DoubleRateMakesAPictureOfEachField) {
         ASSERT_EQ(fields.size(), 8 * frame);
         EXPECT_EQ(output(options), fields);
         auto p = params48x32(false);  // what follows the deinterlacer
-        p.srcFrameRateNum = 50;
-        p.dstFrameRateNum = 60;
-        p.dstWidth = 24;
-        p.dstHeight = 16;
+        p.srcFrameRateNum = 50, p.dstFrameRateNum = 60, p.dstWidth = 24, p.dstHeight = 16;
         EXPECT_EQ(output(options + " --scale 24x16 --fps 60"), processed(fields, "i420", 48, 32, p));
     }
 }
@@ -129,20 +118,8 @@ TEST_F(FieldsRunTest, RepeatedEndsAreAsIfTheClipHadThem) {
     EXPECT_EQ(output("--field-order progressive --fps 50 --ends repeat"), whole.substr(0, 12 * frame));
 }
 
-/// 64x64 pictures of a textured scene that moves, with noise.
-std::string noisyClip(int pictures) {
-    std::mt19937 rng(3);
-    std::string clip;
-    for (int k = 0; k < pictures; ++k)
-        for (int i = 0; i < 64 * 96; ++i) {
-            const int x = i % 64 + 2 * k, y = i / 64;
-            clip += static_cast<char>(i < 64 * 64 ? 60 + x * y % 97 + static_cast<int>(rng() % 25) : 120 + rng() % 9);
-        }
-    return clip;
-}
-
 TEST_F(FieldsRunTest, DenoisingIsTheLibrarysAtTheStrengthThatWasAsked) {
-    clip_ = noisyClip(6);
+    clip_ = test::noisyClip(6, 64, 64, 7);
     write("a_64x64_.yuv", clip_);
     const auto output = [&](const std::string& options) {
         EXPECT_EQ(run("process a_64x64_.yuv b.yuv --rate 25 " + options).exit, 0) << options;
@@ -211,22 +188,8 @@ TEST_F(FieldsRunTest, InterlacedYuyvGoesTo420FieldByField) {
     ASSERT_EQ(run("process a_48x32_.yuyv b.yuv --working i420 --field-order tff --crop 32x24+8+4").exit, 0);
     auto p = params48x32(true);
     p.dstProgressive = false;
-    p.cropX = 8;
-    p.cropY = 4;
-    p.cropWidth = 32;
-    p.cropHeight = 24;
+    p.cropX = 8, p.cropY = 4, p.cropWidth = 32, p.cropHeight = 24;
     EXPECT_EQ(slurp(path("b.yuv")), processed(packed, "uyvy", 48, 32, p));
-}
-
-TEST_F(FieldsRunTest, RefusalsLeaveNoOutput) {
-    write("a_48x32_.yuv", clip_);
-    for (const char* options : {"--double-rate --field-order tff", "--deinterlace cavt --keep-interlaced",
-                                "--fps-mode blend", "--fps 0", "--ends keep", "--denoise 8", "--denoise -1"})
-        failure(2, std::string("process a_48x32_.yuv b.yuv --rate 25 ") + options);
-    for (const char* options :
-         {"--deinterlace cavt", "--fps 50 --field-order tff", "--crop 48x24+0+1 --scan bff", "--denoise 3"})
-        EXPECT_THAT(failure(4, std::string("process a_48x32_.yuv b.yuv --rate 25 ") + options), HasSubstr("; "));
-    EXPECT_THAT(failure(4, "process a_48x32_.yuv b.yuv --fps 50"), HasSubstr("--rate"));
 }
 
 }  // namespace

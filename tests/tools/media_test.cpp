@@ -63,16 +63,6 @@ TEST_F(MediaTest, FramesHaveTheSizeOfTheirSamples) {
         EXPECT_EQ(FrameShape(*findFormatByName(c.format), c.width, c.height, c.odd).bytes(), c.bytes) << c.format;
 }
 
-TEST_F(MediaTest, PlanarFilesHoldUBeforeVWhereThePictureHasThemTheOtherWayRound) {
-    YV16Img picture;
-    ASSERT_TRUE(picture.allocate(2, 1, 1));
-    const std::uint8_t file[] = {10, 20, 'u', 'v'};
-    const FrameShape shape(formatOf<YV16Img>(), 2, 1, OddChroma::down);
-    shape.unpack(file, picture);
-    EXPECT_EQ(*picture.getPixels(1), 'v');
-    EXPECT_EQ(*picture.getPixels(2), 'u');
-}
-
 TEST_F(MediaTest, ColumnsThePictureHasNoRoomForAreDroppedAndRepeated) {
     I420Img picture;
     ASSERT_TRUE(picture.allocate(3, 1, 1));
@@ -105,16 +95,6 @@ TEST_F(MediaTest, ALengthThatIsNoWholeNumberOfFramesIsRefusedWithSizesThatFit) {
     ignoring.ignoreTail = true;
     test::errorOf(ExitCode::badInput, [&] { openSource(clip, ignoring); });
     test::errorOf(ExitCode::badInput, [&] { openSource(write("none_8x8_.yuv", ""), {}); });
-}
-
-TEST_F(MediaTest, TheTailIsIgnoredWhenAsked) {
-    const auto clip = write("clip_8x8_.yuv", test::randomBytes(2 * 96 + 50));
-    EXPECT_THAT(test::errorOf(ExitCode::badInput, [&] { openSource(clip, {}); }),
-                HasSubstr("takes the 2 whole frames"));
-    InputOptions options;
-    options.ignoreTail = true;
-    copyClip(clip, options, path("out.yuv"));
-    EXPECT_EQ(slurp(path("out.yuv")), slurp(clip).substr(0, 192));
 }
 
 TEST_F(MediaTest, TheSizeIsTakenFromTheNameOfTheFileAlone) {
@@ -163,14 +143,6 @@ TEST_F(MediaTest, TheOutputsNameOrTheOptionTellsItsFormat) {
     EXPECT_EQ(kind("a.bin", "y4m", "bgr"), "y4m YV16");
     for (const auto& c : {std::pair{"a.bin", ""}, {"a.y4m", "uyvy"}, {"a.yuv", "nv12"}})
         test::errorOf(ExitCode::usage, [&] { kind(c.first, c.second, "i420"); });
-}
-
-TEST_F(MediaTest, AWideClipGoesThroughY4mWithItsLastColumnRepeated) {
-    const auto clip = write("clip_5x4_.yuv", test::randomBytes(2 * (20 + 2 * 2 * 2)));
-    copyClip(clip, {}, path("clip.y4m"));
-    EXPECT_EQ(slurp(path("clip.y4m")).size(), slurp(path("clip.y4m")).find('\n') + 1 + 2 * (6 + 20 + 2 * 3 * 2));
-    copyClip(path("clip.y4m"), {}, path("back.yuv"));
-    EXPECT_EQ(slurp(path("back.yuv")), slurp(clip));
 }
 
 }  // namespace

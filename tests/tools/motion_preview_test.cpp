@@ -44,12 +44,6 @@ TEST(MotionArrowsTest, LeadFromEachBlockToItsMatch) {
     }
 }
 
-TEST(MotionArrowsTest, NothingMovesNothingIsDrawn) {
-    const std::string nothing(48, '.');
-    for (const auto& row : arrowRows(pan(1, 48, 32, 0, 0) + pan(1, 48, 32, 0, 0), 48, 32, false))
-        EXPECT_EQ(row, nothing);
-}
-
 TEST(MotionArrowsTest, EachFieldHasItsOwn) {
     std::string clip;
     for (int k = 0; k < 2; ++k)
@@ -97,9 +91,7 @@ TEST_F(MotionPreviewTest, InterlacedClipsAreSearchedByFieldsWhenTheyAreShown) {
 }
 
 TEST_F(MotionPreviewTest, PicturesWithoutABlockAreRefused) {
-    write("a_6x16_.yuv", std::string(2 * 6 * 24, 'x'));
     write("a_16x14_.yuv", std::string(2 * 16 * 21, 'x'));
-    EXPECT_THAT(failure(4, "preview a_6x16_.yuv o.png --motion"), HasSubstr("no block of 8x8 fits into 6x16; use"));
     EXPECT_THAT(failure(4, "preview a_16x14_.yuv o.png --motion --fields"), HasSubstr("fits into 16x7; use"));
     sheet("a_16x14_.yuv - --motion");
 }

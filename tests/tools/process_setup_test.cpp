@@ -295,20 +295,6 @@ TEST(ProcessSetup, RefusesWhatTheNoiseFilterDoesNotTake) {
     EXPECT_THAT(refusal<I420Img>(small, clip25("i420", Scan::progressive)), HasSubstr("60x48"));
 }
 
-TEST(ProcessSetup, RefusesContradictions) {
-    const auto usage = [](const ProcessTexts& t) { return test::errorOf(ExitCode::usage, [&] { parsePlan(t); }); };
-    for (const char* method : {"", "off", "triangle", "cavt"})
-        EXPECT_THAT(usage(deinterlace(method, "", true)), HasSubstr("--deinterlace blend")) << method;
-    ProcessTexts t = deinterlace("cavt");
-    t.keepInterlaced = true;
-    EXPECT_THAT(usage(t), HasSubstr("contradicts --deinterlace cavt"));
-    EXPECT_THAT(usage(deinterlace("bob")), HasSubstr("off, triangle, cavt, blend are known"));
-    EXPECT_THAT(usage(deinterlace("", "29,97")), HasSubstr("--fps"));
-    ProcessTexts ends;
-    ends.ends = "mirror";
-    EXPECT_THAT(usage(ends), HasSubstr("drop, repeat"));
-}
-
 TEST(ProcessSetup, TheWorkingFormatIsTheClosestToTheSourceOrOneThatTakesIt) {
     const auto working = [](const char* source, const char* name) {
         return lowerName(workingFormat(clip(source, 8, 8), name));
@@ -328,16 +314,24 @@ TEST(ProcessSetup, TheWorkingFormatIsTheClosestToTheSourceOrOneThatTakesIt) {
     test::errorOf(ExitCode::usage, [&] { working("i420", "uyvy"); });
 }
 
-TEST(ProcessSetup, TextsThatMakeNoSenseAreUsageErrors) {
+TEST(ProcessSetup, TextsThatMakeNoSenseOrContradictEachOtherAreUsageErrors) {
+    const auto usage = [](const ProcessTexts& t) { return test::errorOf(ExitCode::usage, [&] { parsePlan(t); }); };
     for (const auto& t :
          {texts("320x240"), texts("320x240+-1+0"), texts("", "0x5"), texts("", "", "5"), texts("", "", "", "8x8+1")})
-        test::errorOf(ExitCode::usage, [&] { parsePlan(t); });
-    ProcessTexts t;
-    t.background = "1,2,256";
-    test::errorOf(ExitCode::usage, [&] { parsePlan(t); });
-    t.background = "";
-    t.interp = "sharp";
-    EXPECT_THAT(test::errorOf(ExitCode::usage, [&] { parsePlan(t); }), HasSubstr("lanczos"));
+        usage(t);
+    for (const char* method : {"", "off", "triangle", "cavt"})
+        EXPECT_THAT(usage(deinterlace(method, "", true)), HasSubstr("--deinterlace blend")) << method;
+    EXPECT_THAT(usage(deinterlace("bob")), HasSubstr("off, triangle, cavt, blend are known"));
+    EXPECT_THAT(usage(deinterlace("", "29,97")), HasSubstr("--fps"));
+    ProcessTexts kept = deinterlace("cavt"), ends, colour, method;
+    kept.keepInterlaced = true;
+    ends.ends = "mirror";
+    colour.background = "1,2,256";
+    method.interp = "sharp";
+    EXPECT_THAT(usage(kept), HasSubstr("contradicts --deinterlace cavt"));
+    EXPECT_THAT(usage(ends), HasSubstr("drop, repeat"));
+    EXPECT_THAT(usage(colour), HasSubstr("--background"));
+    EXPECT_THAT(usage(method), HasSubstr("lanczos"));
 }
 
 TEST(ProcessSetup, ThePixelsShapeFollowsTheScaling) {

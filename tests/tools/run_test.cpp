@@ -46,6 +46,8 @@ TEST_F(RunTest, UsageErrorsEndWithTwo) {
     for (const char* arguments : {"", "fly", "probe", "probe a_48x32_.yuv --fast", "process a_48x32_.yuv",
                                   "process a_48x32_.yuv b.yuv --crop 1x1", "process a_48x32_.yuv b.yuv --place 8x8+0+0",
                                   "process a_48x32_.yuv b.yuv --threads 0", "process a_48x32_.yuv b.bin",
+                                  "process a_48x32_.yuv b.yuv --fps-mode blend --rate 25",
+                                  "process a_48x32_.yuv b.yuv --ends keep", "process a_48x32_.yuv b.yuv --denoise 8",
                                   "convert a_48x32_.yuv b.yuv --matrix 2020", "probe - --size 8x8 </dev/null"})
         EXPECT_THAT(failure(2, arguments), HasSubstr("; ")) << arguments;  // each with a hint
     failure(2, "probe a_48x32_.yuv '--fa\nst'");
@@ -76,7 +78,8 @@ TEST_F(RunTest, RefusedParametersEndWithFour) {
     for (const char* arguments :
          {"process a_48x32_.yuv b.yuv --crop 48x32+2+0", "process a_48x32_.bgr b.yuv",
           "process a_48x32_.yuv b.yuv --canvas 64x64 --place 48x32+0+0", "process a_48x32_.yuv b.uyvy --scale 31x31",
-          "process a_48x32_.yuv b.yuv --working hy16"})
+          "process a_48x32_.yuv b.yuv --working hy16", "process a_48x32_.yuv b.yuv --fps 50",
+          "process a_48x32_.yuv b.yuv --deinterlace cavt", "process a_48x32_.yuv b.yuv --denoise 3"})
         EXPECT_THAT(failure(4, arguments), HasSubstr("; ")) << arguments;
 }
 
@@ -169,8 +172,6 @@ TEST_F(RunTest, ARunThatIgnoresHangupsOutlivesTheTerminal) {
 
 TEST_F(RunTest, AClosedPipeIsAnError) {
     write("a_48x32_.yuv", test::randomBytes(200 * 2304));
-    const Outcome outcome = run("convert a_48x32_.yuv - 2>&1 >/dev/null");
-    EXPECT_EQ(outcome.exit, 0);
     const std::string command = "cd " + folder_.string() +
                                 " && { " ORVEL_TOOL
                                 " convert a_48x32_.yuv - 2>/dev/null; echo $? >code; } | head -c 1 >/dev/null";
@@ -181,21 +182,11 @@ TEST_F(RunTest, AClosedPipeIsAnError) {
 TEST_F(RunTest, ProcessGivesWhatTheLibraryGives) {
     write("a_48x32_.yuv", clip_);
     ProcessVideoParams<I420Img> planar;
-    planar.srcWidth = 48;
-    planar.srcHeight = 32;
-    planar.cropX = 8;
-    planar.cropY = 4;
-    planar.cropWidth = 32;
-    planar.cropHeight = 24;
-    planar.dstWidth = 80;
-    planar.dstHeight = 64;
-    planar.dstCropX = 6;
-    planar.dstCropY = 8;
-    planar.dstCropWidth = 60;
-    planar.dstCropHeight = 40;
-    planar.backgroundY = 50;
-    planar.backgroundU = 90;
-    planar.backgroundV = 200;
+    planar.srcWidth = 48, planar.srcHeight = 32;
+    planar.cropX = 8, planar.cropY = 4, planar.cropWidth = 32, planar.cropHeight = 24;
+    planar.dstWidth = 80, planar.dstHeight = 64;
+    planar.dstCropX = 6, planar.dstCropY = 8, planar.dstCropWidth = 60, planar.dstCropHeight = 40;
+    planar.backgroundY = 50, planar.backgroundU = 90, planar.backgroundV = 200;
     planar.resizeInterp = ResizeInterpLinear;
     const std::string options =
         "--crop 32x24+8+4 --canvas 80x64 --place 60x40+6+8 --background 50,90,200 --interp linear";
@@ -210,26 +201,14 @@ TEST_F(RunTest, PackedAndSixteenBitClipsAreProcessedInTheirOwnFormat) {
     write("a_48x32_.uyvy", packed);
     write("a_48x32_.v216", wide);
     ProcessVideoParams<YV16Img> eight;
-    eight.srcWidth = 48;
-    eight.srcHeight = 32;
-    eight.dstWidth = 64;
-    eight.dstHeight = 40;
+    eight.srcWidth = 48, eight.srcHeight = 32, eight.dstWidth = 64, eight.dstHeight = 40;
     eight.srcProgressive = eight.dstProgressive = false;
     ASSERT_EQ(run("process a_48x32_.uyvy b.yv16 --scale 64x40 --scan tff").exit, 0);
     EXPECT_EQ(slurp(path("b.yv16")), processed(packed, "uyvy", 48, 32, eight));
     ProcessVideoParams<HY16Img> sixteen;
-    sixteen.srcWidth = 48;
-    sixteen.srcHeight = 32;
-    sixteen.dstWidth = 24;
-    sixteen.dstHeight = 20;
+    sixteen.srcWidth = 48, sixteen.srcHeight = 32, sixteen.dstWidth = 24, sixteen.dstHeight = 20;
     ASSERT_EQ(run("process a_48x32_.v216 b.hy16 --scale 24x20").exit, 0);
     EXPECT_EQ(slurp(path("b.hy16")), processed(wide, "v216", 48, 32, sixteen));
-}
-
-TEST_F(RunTest, TheBorderOfAPacked422ClipHasTheColourThatWasAsked) {
-    write("a_48x32_.uyvy", test::randomBytes(48 * 32 * 2));
-    ASSERT_EQ(run("process a_48x32_.uyvy b.uyvy --scale 16x16 --canvas 64x40 --background 50,90,200").exit, 0);
-    EXPECT_EQ(slurp(path("b.uyvy")).substr(0, 8), "\x5A\x32\xC8\x32\x5A\x32\xC8\x32");
 }
 
 TEST_F(RunTest, PreviewDrawsTheFramesOfBothClips) {

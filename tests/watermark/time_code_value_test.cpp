@@ -69,21 +69,6 @@ TEST(TimeCodeValue, ReadsAnyBitsWithoutAComplaint) {
     EXPECT_EQ(valueOf(negative).hours, 0xFFFFFFFFu);
 }
 
-TEST(TimeCodeValue, IsEqualOnlyWhenAllFieldsAre) {
-    const TimeCodeValue value{1, 2, 3, 4, true, false, true};
-    EXPECT_TRUE(TimeCodeValue::areTimeCodesEqual(value, TimeCodeValue(value)));
-    for (const TimeCodeValue& other : {TimeCodeValue{0, 2, 3, 4, true, false, true},
-                                       {1, 0, 3, 4, true, false, true},
-                                       {1, 2, 0, 4, true, false, true},
-                                       {1, 2, 3, 0, true, false, true},
-                                       {1, 2, 3, 4, false, false, true},
-                                       {1, 2, 3, 4, true, true, true},
-                                       {1, 2, 3, 4, true, false, false}}) {
-        EXPECT_TRUE(value != other);
-        EXPECT_FALSE(TimeCodeValue::areTimeCodesEqual(value, other));
-    }
-}
-
 TEST(TimeCodeValue, OneSeparatorOfItsTextTellsFieldAndDropFrame) {
     const TimeCodeValue plain{10, 0, 0, 0}, drop{1, 59, 59, 29, false, false, true};
     for (int select : {-1, 0, 2, 3, 7}) {

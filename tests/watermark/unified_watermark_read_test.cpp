@@ -33,21 +33,22 @@ TYPED_TEST_SUITE(WatermarkReader, Formats);
 
 TYPED_TEST(WatermarkReader, ReadsEveryTimeCodeAfterWhateverDoesNoHarm) {
     std::mt19937 random(1);
+    std::size_t turn = 0;
     for (const bench::NamedDamage& damage : bench::markDamages())
-        for (tagSIZE luma : {tagSIZE{368, 304}, {720, 576}})
-            for (const TimeCodeValue& tc : timeCodes) {
-                if (!damage.harmless) continue;
-                const auto img = flatPicture<TypeParam>(luma, 128);
-                ASSERT_TRUE(UnifiedWatermark<TypeParam>().encode(*img, tc, nullptr));
-                TypeParam damaged;
-                damage.apply(*img, damaged, random);
-                TimeCodeValue read{99, 99, 99, 99};
-                UnifiedWatermark<TypeParam> mark;
-                if (damaged.getWidth(1) < mark.smallestSide || damaged.getHeight(1) < mark.smallestSide) continue;
-                EXPECT_TRUE(mark.decode(damaged, read)) << damage.name << " at width " << luma.cx;
-                EXPECT_EQ(timeCodeText(read, FieldFrameTop), timeCodeText(tc, FieldFrameTop)) << damage.name;
-                EXPECT_TRUE(read == tc && findTimeCodeBitsFault(mark.bits()) == TimeCodeBitsNoFault) << damage.name;
-            }
+        for (tagSIZE luma : {tagSIZE{368, 304}, {720, 576}}) {
+            const TimeCodeValue& tc = timeCodes[turn++ % std::size(timeCodes)];
+            if (!damage.harmless) continue;
+            const auto img = flatPicture<TypeParam>(luma, 128);
+            ASSERT_TRUE(UnifiedWatermark<TypeParam>().encode(*img, tc, nullptr));
+            TypeParam damaged;
+            damage.apply(*img, damaged, random);
+            TimeCodeValue read{99, 99, 99, 99};
+            UnifiedWatermark<TypeParam> mark;
+            if (damaged.getWidth(1) < mark.smallestSide || damaged.getHeight(1) < mark.smallestSide) continue;
+            EXPECT_TRUE(mark.decode(damaged, read)) << damage.name << " at width " << luma.cx;
+            EXPECT_EQ(timeCodeText(read, FieldFrameTop), timeCodeText(tc, FieldFrameTop)) << damage.name;
+            EXPECT_TRUE(read == tc && findTimeCodeBitsFault(mark.bits()) == TimeCodeBitsNoFault) << damage.name;
+        }
 }
 
 TYPED_TEST(WatermarkReader, ReadsBothFieldsAndTheirFlags) {
@@ -67,21 +68,6 @@ TYPED_TEST(WatermarkReader, ReadsBothFieldsAndTheirFlags) {
     }
 }
 
-TYPED_TEST(WatermarkReader, KeepsNothingOfAnEarlierGridWhereItFindsNone) {
-    const auto good = flatPicture<TypeParam>({400, 400}, 128);
-    ASSERT_TRUE(UnifiedWatermark<TypeParam>().encode(*good, timeCodes[3], nullptr));
-    const auto refuses = [&](tagSIZE luma, int level) {
-        UnifiedWatermark<TypeParam> mark;
-        TimeCodeValue value;
-        EXPECT_TRUE(mark.decode(*good, value));
-        EXPECT_FALSE(mark.decode(*flatPicture<TypeParam>(luma, level), value)) << level;
-        EXPECT_EQ(value, timeCodes[3]);
-        EXPECT_EQ(mark.bits(), TimeCodeBits{}) << luma.cx << ", level " << level;
-    };
-    for (int level : {0, 17, 41, 42, 128, 214, 215, 239, 255}) refuses({720, 576}, level);
-    refuses({190, 400}, 128);  // chroma is too narrow
-}
-
 TYPED_TEST(WatermarkReader, TellsWhereTheGridStandsByPastingBelowIt) {
     for (tagPOINT by : {tagPOINT{0, 0}, {5, -3}}) {
         const auto img = flatPicture<TypeParam>(lumaFor<TypeParam>({960, 540}), 128);
@@ -93,23 +79,14 @@ TYPED_TEST(WatermarkReader, TellsWhereTheGridStandsByPastingBelowIt) {
         ASSERT_TRUE(mark.decode(moved, value));
         BGRImg dot;
         ASSERT_TRUE(dot.allocate(1, 1, 4) && dot.setPlane(0, 77));
-        TimeCodeValue none;  // a picture without a grid takes nothing away
-        EXPECT_FALSE(mark.decode(*flatPicture<TypeParam>({400, 400}, 128), none));
+        TimeCodeValue none;                                     // a picture without a grid takes nothing away
+        for (tagSIZE luma : {tagSIZE{190, 400}, {400, 400}}) {  // the chroma of one is too narrow
+            EXPECT_FALSE(mark.decode(*flatPicture<TypeParam>(luma, 128), none));
+            EXPECT_EQ(mark.bits(), TimeCodeBits{});
+        }
         ASSERT_TRUE(mark.encodeReadable(moved, dot));
         EXPECT_EQ(sampleAt(moved, 2, 120 + by.x, 403 + by.y), 77);
     }
-}
-
-TYPED_TEST(WatermarkReader, DamagedConstantCellsAreSeenInTheBitsAlone) {
-    const auto img = flatPicture<TypeParam>(lumaFor<TypeParam>({960, 540}), 128);
-    UnifiedWatermark<TypeParam> mark;
-    ASSERT_TRUE(mark.encode(*img, timeCodes[3], nullptr));
-    for (int y = 0; y < 56; ++y)  // position 20: the first cell of the fourth row, 102 x 56 samples
-        for (int x = 0; x < 102; ++x) sampleAt(*img, 1, 120 + x, 67 + 3 * 56 + y) = 239;
-    TimeCodeValue value;
-    EXPECT_TRUE(mark.decode(*img, value));
-    EXPECT_EQ(findTimeCodeBitsFault(mark.bits()), TimeCodeBitsConstant);
-    EXPECT_EQ(value, timeCodes[3]);
 }
 
 // ---- a plain reader
@@ -184,6 +161,7 @@ TYPED_TEST(WatermarkReader, ReadsAnyDamagedPictureAsAPlainReaderDoesAndNothingAr
     const auto below = [&](int limit) { return int(rng() % unsigned(limit)); };
     int found = 0;
     constexpr int pictures = 400;
+    UnifiedWatermark<TypeParam> mark;  // one for all: what it finds does not depend on the pictures before
     for (int i = 0; i < pictures; ++i) {
         const tagSIZE chroma{96 + below(40), 96 + below(40)};
         Window<TypeParam> window(lumaFor<TypeParam>(chroma), levels[below(std::size(levels))]);
@@ -196,7 +174,6 @@ TYPED_TEST(WatermarkReader, ReadsAnyDamagedPictureAsAPlainReaderDoesAndNothingAr
                 for (int x = x0; x < x1; ++x) sampleAt(window.img, 1, x, y) = std::uint8_t(level);
         }
         if (i % 3 == 0) addNoise(window.img, 12, unsigned(i));
-        UnifiedWatermark<TypeParam> mark;
         TimeCodeValue value{1, 2, 3, 4}, expectedValue = value;
         TimeCodeBits expected{};
         const bool expectFound = PlainReader(window.img).read(expected);

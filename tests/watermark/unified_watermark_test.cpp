@@ -73,11 +73,11 @@ void expectGrids(tagSIZE chroma, int fields, const Encode& encode) {
 }
 
 TYPED_TEST(UnifiedWatermarks, WriteTheirGridsAndNothingElse) {
-    for (tagSIZE chroma : {tagSIZE{96, 96}, {97, 103}, {128, 99}, {131, 211}, {360, 288}, {1920, 1080}})
+    for (tagSIZE chroma : {tagSIZE{96, 96}, {97, 103}, {128, 99}, {131, 211}, {360, 288}})
         expectGrids<TypeParam>(chroma, 1, [](TypeParam& img, tagSIZE* size) {
             return UnifiedWatermark<TypeParam>().encode(img, someTimeCode, size);
         });
-    for (tagSIZE chroma : {tagSIZE{96, 192}, {97, 193}, {360, 576}, {960, 540}})
+    for (tagSIZE chroma : {tagSIZE{96, 192}, {97, 193}, {360, 576}})
         expectGrids<TypeParam>(chroma, 2, [](TypeParam& img, tagSIZE* size) {
             return UnifiedWatermarkInterlace<TypeParam>().encode(img, someTimeCode, size);
         });
