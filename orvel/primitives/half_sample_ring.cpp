@@ -2,7 +2,6 @@
 
 #include "orvel/primitives/clamped_window.h"
 #include "orvel/primitives/interpolate_luma.h"
-#include "orvel/primitives/sad.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "orvel/primitives/half_sample_ring.cpp"
@@ -10,6 +9,7 @@
 #include <hwy/highway.h>
 #include "orvel/primitives/byte_differences_inl.h"
 #include "orvel/primitives/luma_halves_inl.h"
+#include "orvel/primitives/sad_inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
@@ -17,11 +17,12 @@ namespace Orvel::primitives::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_SCALAR
 
 void ringSads(const std::uint8_t* cur, std::ptrdiff_t curStep, ConstViewU8 ref, int x, int y, std::int32_t* sads) {
+    const SadBlock current(cur, curStep);
     for (int i = 0; i < halfRingSize; ++i) {
         const int place = i < 4 ? i : i + 1;  // in a square of nine, the middle one left out
         std::uint8_t block[64];
         static_cast<void>(interpolateLuma(ref, x, y, 2 * (place % 3 - 1), 2 * (place / 3 - 1), {block, 8, 8, 8}));
-        static_cast<void>(sad8x8(cur, curStep, block, 8, sads[i]));
+        sads[i] = sadOf(current, block, 8);
     }
 }
 
