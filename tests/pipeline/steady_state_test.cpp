@@ -34,11 +34,11 @@ TEST(SteadyState, NoPictureMemoryIsAllocatedPerFrame) {
     test::withThreadCounts([](std::size_t threads) {
         SCOPED_TRACE(threads);
         ProcessVideoParams<I420Img> plain;
-        plain.srcWidth = 720, plain.srcHeight = 576;
+        plain.srcWidth = 360, plain.srcHeight = 288;
         EXPECT_EQ((steadyStateAllocations<I420Img, I420Img>(plain)), 0);
         auto fields = plain;
         fields.srcProgressive = fields.dstProgressive = false;
-        fields.cropX = 16, fields.dstWidth = 640, fields.dstHeight = 482, fields.dstCropY = 2;
+        fields.cropX = 16, fields.dstWidth = 320, fields.dstHeight = 242, fields.dstCropY = 2;
         for (ResizeInterp method : {ResizeInterpNone, ResizeInterpCubic, ResizeInterpLanczosFilter}) {
             fields.resizeInterp = method;
             EXPECT_EQ((steadyStateAllocations<I420Img, UYVYImg>(fields)), 0) << "method " << method;
@@ -46,10 +46,10 @@ TEST(SteadyState, NoPictureMemoryIsAllocatedPerFrame) {
         auto allStages = plain;
         allStages.srcProgressive = false;
         allStages.deinterlaceType = DeinterlaceTypeBlend;
-        allStages.dstWidth = 640, allStages.dstFrameRateNum = 50, allStages.mctfEnable = true;
+        allStages.dstWidth = 320, allStages.dstFrameRateNum = 50, allStages.mctfEnable = true;
         EXPECT_EQ((steadyStateAllocations<I420Img, UYVYImg>(allStages)), 0);
         ProcessVideoParams<HY16Img> deep;
-        deep.srcWidth = 720, deep.srcHeight = 576, deep.dstWidth = 1280, deep.dstHeight = 720;
+        deep.srcWidth = 360, deep.srcHeight = 288, deep.dstWidth = 640, deep.dstHeight = 360;
         EXPECT_EQ((steadyStateAllocations<HY16Img, V216Img>(deep)), 0);
     });
     EXPECT_GT(largeAllocations(), first) << "the counter counts nothing";
