@@ -3,10 +3,20 @@
 #include <algorithm>
 #include <exception>
 #include <limits>
+#include <thread>
 
-#include "orvel/mctf/motion_row_task.h"
+#include "orvel/mctf/wavefront.h"
 
 namespace Orvel {
+namespace {
+
+/// Threads that are of use: a row of blocks each.
+int threadsFor(const MotionEstimateImgParams& params) noexcept {
+    const int cores = static_cast<int>(std::thread::hardware_concurrency());
+    return std::clamp(params.poolThreads > 0 ? params.poolThreads : cores, 1, std::max(1, params.blkRows));
+}
+
+}  // namespace
 
 template <class T>
 MotionEstimateImg<T>::MotionEstimateImg() noexcept = default;
@@ -36,8 +46,9 @@ bool MotionEstimateImg<T>::allocate(MotionEstimateImgParams& params) noexcept {
         if (blocks <= std::numeric_limits<int>::max() && data_->allocate(static_cast<int>(blocks)) &&
             blk_->init(&params_, data_.get())) {
             pool_ = std::make_unique<SharedThreadPool>(1, params.poolThreads);
-            forkJoin_ = std::make_unique<ForkJoin>(*pool_, params.blkRows);
-            rows_ = std::make_unique<RowTask[]>(static_cast<std::size_t>(params.blkRows));
+            helpers_ = threadsFor(params) - 1;
+            forkJoin_ = std::make_unique<ForkJoin>(*pool_, helpers_);
+            wavefront_ = std::make_unique<Wavefront>(params.blkRows, params.blkCols, helpers_ + 1);
             return true;
         }
     } catch (const std::exception&) {
@@ -51,9 +62,10 @@ template <class T>
 void MotionEstimateImg<T>::deallocate() noexcept {
     data_.reset();
     blk_.reset();
-    rows_.reset();
+    wavefront_.reset();
     forkJoin_.reset();
     pool_.reset();
+    helpers_ = 0;
     params_ = {};
     clearHistory();
 }
@@ -62,31 +74,24 @@ template <class T>
 bool MotionEstimateImg<T>::process(T* cur, T* ref) noexcept {
     if (data_ == nullptr || !blk_->setImgs(cur, ref)) return false;
     resetThreading();  // the records need no clearing: every one is written
-    for (int row = 0; row < params_.blkRows; ++row)
-        if (!forkJoin_->AddTask([this, row] { searchRow(row); })) searchRow(row);
+    for (int i = 0; i < helpers_; ++i)
+        if (!forkJoin_->AddTask([this] { searchRuns(); })) break;
+    searchRuns();  // also what the helpers would have done
     forkJoin_->WaitForCompletion();
     freeThreading();
     return !params_.sceneCutDetect || detectSceneCut();
 }
 
 template <class T>
-void MotionEstimateImg<T>::searchRow(int row) noexcept {
-    RowTask& task = rows_[static_cast<std::size_t>(row)];
-    for (int col = 0; col < params_.blkCols; ++col) {
-        task.waitForAbove(col);
-        blk_->process(row * params_.blkCols + col);
-        task.finish(col);
-    }
+void MotionEstimateImg<T>::searchRuns() noexcept {
+    Wavefront::Run run;
+    while (!(run = wavefront_->next(run)).empty())
+        run.forEachBlock([this](int row, int col) { blk_->process(row * params_.blkCols + col); });
 }
 
 template <class T>
 void MotionEstimateImg<T>::resetThreading() noexcept {
-    const RowTask* above = nullptr;
-    for (int row = 0; row < params_.blkRows; ++row) {
-        RowTask& task = rows_[static_cast<std::size_t>(row)];
-        task.reset(above, params_.blkCols);
-        above = &task;
-    }
+    if (wavefront_ != nullptr) wavefront_->reset();
 }
 
 template <class T>
