@@ -3,20 +3,10 @@
 #include <algorithm>
 #include <exception>
 #include <limits>
-#include <thread>
 
-#include "orvel/mctf/wavefront.h"
+#include "orvel/mctf/motion_row_task.h"
 
 namespace Orvel {
-namespace {
-
-/// Threads that are of use: a row of blocks each.
-int threadsFor(const MotionEstimateImgParams& params) noexcept {
-    const int cores = static_cast<int>(std::thread::hardware_concurrency());
-    return std::clamp(params.poolThreads > 0 ? params.poolThreads : cores, 1, std::max(1, params.blkRows));
-}
-
-}  // namespace
 
 template <class T>
 MotionEstimateImg<T>::MotionEstimateImg() noexcept = default;
@@ -46,9 +36,8 @@ bool MotionEstimateImg<T>::allocate(MotionEstimateImgParams& params) noexcept {
         if (blocks <= std::numeric_limits<int>::max() && data_->allocate(static_cast<int>(blocks)) &&
             blk_->init(&params_, data_.get())) {
             pool_ = std::make_unique<SharedThreadPool>(1, params.poolThreads);
-            helpers_ = threadsFor(params) - 1;
-            forkJoin_ = std::make_unique<ForkJoin>(*pool_, helpers_);
-            wavefront_ = std::make_unique<Wavefront>(params.blkRows, params.blkCols, helpers_ + 1);
+            forkJoin_ = std::make_unique<ForkJoin>(*pool_, params.blkRows);
+            rows_ = std::make_unique<RowTask[]>(static_cast<std::size_t>(params.blkRows));
             return true;
         }
     } catch (const std::exception&) {
@@ -62,10 +51,9 @@ template <class T>
 void MotionEstimateImg<T>::deallocate() noexcept {
     data_.reset();
     blk_.reset();
-    wavefront_.reset();
+    rows_.reset();
     forkJoin_.reset();
     pool_.reset();
-    helpers_ = 0;
     params_ = {};
     clearHistory();
 }
@@ -74,24 +62,31 @@ template <class T>
 bool MotionEstimateImg<T>::process(T* cur, T* ref) noexcept {
     if (data_ == nullptr || !blk_->setImgs(cur, ref)) return false;
     resetThreading();  // the records need no clearing: every one is written
-    for (int i = 0; i < helpers_; ++i)
-        if (!forkJoin_->AddTask([this] { searchRuns(); })) break;
-    searchRuns();  // also what the helpers would have done
+    for (int row = 0; row < params_.blkRows; ++row)
+        if (!forkJoin_->AddTask([this, row] { searchRow(row); })) searchRow(row);
     forkJoin_->WaitForCompletion();
     freeThreading();
     return !params_.sceneCutDetect || detectSceneCut();
 }
 
 template <class T>
-void MotionEstimateImg<T>::searchRuns() noexcept {
-    Wavefront::Run run;
-    while (!(run = wavefront_->next(run)).empty())
-        run.forEachBlock([this](int row, int col) { blk_->process(row * params_.blkCols + col); });
+void MotionEstimateImg<T>::searchRow(int row) noexcept {
+    RowTask& task = rows_[static_cast<std::size_t>(row)];
+    for (int col = 0; col < params_.blkCols; ++col) {
+        task.waitForAbove(col);
+        blk_->process(row * params_.blkCols + col);
+        task.finish(col);
+    }
 }
 
 template <class T>
 void MotionEstimateImg<T>::resetThreading() noexcept {
-    if (wavefront_ != nullptr) wavefront_->reset();
+    const RowTask* above = nullptr;
+    for (int row = 0; row < params_.blkRows; ++row) {
+        RowTask& task = rows_[static_cast<std::size_t>(row)];
+        task.reset(above, params_.blkCols);
+        above = &task;
+    }
 }
 
 template <class T>

@@ -13,15 +13,15 @@
 
 namespace Orvel {
 
-class Wavefront;
+class RowTask;
 
 /// Estimates the motion of a whole picture against a reference picture, block by block (see MotionEstimateBlk), and can
 /// tell from the costs whether a new scene begins. Only luma is looked at; columns and rows behind the last whole block
 /// are left out.
 ///
-/// The calling thread and those of a pool share the blocks, params.poolThreads of them at most. The result is that of
-/// one thread going through the blocks row by row, whatever the number of threads. One thread at a time may use an
-/// estimator; different estimators are independent.
+/// Block rows run in parallel on a pool of threads. The result is that of one thread going through the blocks row by
+/// row, whatever the number of threads. One thread at a time may use an estimator; different estimators are
+/// independent.
 template <class T>
 class ORVEL_API MotionEstimateImg {
 public:
@@ -49,7 +49,7 @@ public:
     MEData* getMEData() noexcept { return data_.get(); }
 
 protected:
-    /// Puts the wavefront to the start of a picture.
+    /// Puts the row tasks to the start of a picture.
     void resetThreading() noexcept;
     /// Lets go of what the search of one picture held.
     void freeThreading() noexcept;
@@ -57,14 +57,13 @@ protected:
     bool detectSceneCut() noexcept;
 
 private:
-    void searchRuns() noexcept;
+    void searchRow(int row) noexcept;
     void clearHistory() noexcept;
 
     MotionEstimateImgParams params_;
     std::unique_ptr<MEData> data_;
     std::unique_ptr<MotionEstimateBlk<T>> blk_;
-    std::unique_ptr<Wavefront> wavefront_;
-    int helpers_ = 0;  // threads beside the calling one
+    std::unique_ptr<RowTask[]> rows_;
     std::unique_ptr<SharedThreadPool> pool_;
     std::unique_ptr<ForkJoin> forkJoin_;
 
