@@ -23,10 +23,8 @@ HWY_INLINE void forEachPair(PlaneView<const T> over, PlaneView<const T> under, P
             T* out = dst.row(y);
             forEachLine<T>(dst.width, [&](auto d, int x, auto count) HWY_ATTR {
                 const int n = static_cast<int>(hn::Lanes(d));
-                if constexpr (how() == Stores::streaming && count() > 1) {
-                    for (const T* from : {a, b})
-                        prefetchAhead(reinterpret_cast<const std::uint8_t*>(from + x), count() * n * sizeof(T));
-                }
+                if constexpr (how() == Stores::streaming && count() > 1)
+                    for (const T* from : {a, b}) prefetchAhead(reinterpret_cast<const std::uint8_t*>(from + x), 64);
                 hn::Vec<decltype(d)> blended[count()];
                 for (int i = 0; i < count(); ++i)
                     blended[i] = blend(d, hn::LoadU(d, a + x + i * n), hn::LoadU(d, b + x + i * n));
