@@ -5,6 +5,7 @@
 #include "orvel/img/parallel_rows.h"
 #include "orvel/img/plane_access.h"
 #include "orvel/img/require.h"
+#include "orvel/img/working_set.h"
 #include "orvel/primitives/alpha_comp.h"
 
 namespace Orvel {
@@ -12,6 +13,7 @@ namespace {
 
 using primitives::PlaneView;
 using primitives::Status;
+using primitives::Stores;
 
 int channelsOf(const Img& img, int plane) {
     int channels = 0;
@@ -49,26 +51,27 @@ PlaneView<T> lines(const Img& img, int plane, int samples, FieldFrameSelect sel)
 template <class T>
 class CAlphaComp {
 public:
-    CAlphaComp(PlaneView<T> out, PlaneView<const T> a, T weight, PlaneView<const T> b)
-        : out_(out), a_(a), b_(b), weight_(weight) {}
+    CAlphaComp(PlaneView<T> out, PlaneView<const T> a, T weight, PlaneView<const T> b, Stores stores)
+        : out_(out), a_(a), b_(b), weight_(weight), stores_(stores) {}
 
     void operator()(const tbb::blocked_range<int>& rows) const {
         const auto band = [&](auto view) { return view.band(rows.begin(), rows.end()); };
-        require(primitives::alphaComp(band(a_), weight_, band(b_), band(out_)), "alphaComp failed");
+        require(primitives::alphaComp(band(a_), weight_, band(b_), band(out_), stores_), "alphaComp failed");
     }
 
 private:
     PlaneView<T> out_;
     PlaneView<const T> a_, b_;
     T weight_;
+    Stores stores_;
 };
 
 template <class T>
-bool mixPlane(Img& out, const Img& a, const Img& b, int plane, T weight, FieldFrameSelect sel) {
+bool mixPlane(Img& out, const Img& a, const Img& b, int plane, T weight, FieldFrameSelect sel, Stores stores) {
     const int samples = out.getWidth(plane) * channelsOf(out, plane);
     const auto target = lines<T>(out, plane, samples, sel);
     return parallelRows(target.height, CAlphaComp<T>(target, lines<const T>(a, plane, samples, sel), weight,
-                                                     lines<const T>(b, plane, samples, sel)));
+                                                     lines<const T>(b, plane, samples, sel), stores));
 }
 
 }  // namespace
@@ -77,12 +80,13 @@ bool InterpolateImg::frameInterpolate(Img& out, const Img& a, const Img& b, unsi
     if (alpha > 256 || out.numPlanes() == 0 || !sameShape(out, out) || !sameShape(out, a) || !sameShape(out, b))
         return false;
     const unsigned weight = std::min(alpha, 255u);
+    const Stores stores = storesFor(out, a, b);
     for (int p = 0; p < out.numPlanes(); ++p) {
         if (!hasPixels(out, p)) continue;
         const bool sixteenBits = out.getBpp(p) == 2 && channelsOf(out, p) == 1;
         // 257 times a weight out of 255 is the same part of 65535.
-        const bool mixed = sixteenBits ? mixPlane(out, a, b, p, static_cast<std::uint16_t>(weight * 257), sel)
-                                       : mixPlane(out, a, b, p, static_cast<std::uint8_t>(weight), sel);
+        const bool mixed = sixteenBits ? mixPlane(out, a, b, p, static_cast<std::uint16_t>(weight * 257), sel, stores)
+                                       : mixPlane(out, a, b, p, static_cast<std::uint8_t>(weight), sel, stores);
         if (!mixed) return false;
     }
     return true;

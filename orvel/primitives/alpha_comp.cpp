@@ -8,20 +8,31 @@
 #include <hwy/highway.h>
 #include "orvel/primitives/byte_products_inl.h"
 #include "orvel/primitives/row_loop_inl.h"
+#include "orvel/primitives/stores_inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
 
-/// dst = blend(d, over, under) on runs of samples.
+/// dst = blend(d, over, under), whole cache lines at a time.
 template <class T, class Blend>
-HWY_INLINE void forEachPair(PlaneView<const T> over, PlaneView<const T> under, PlaneView<T> dst, const Blend& blend) {
-    for (int y = 0; y < dst.height; ++y) {
-        const T *a = over.row(y), *b = under.row(y);
-        T* out = dst.row(y);
-        forEachRun<T>(dst.width, [&](auto d, int x) HWY_ATTR {
-            hn::StoreU(blend(d, hn::LoadU(d, a + x), hn::LoadU(d, b + x)), d, out + x);
-        });
-    }
+HWY_INLINE void forEachPair(PlaneView<const T> over, PlaneView<const T> under, PlaneView<T> dst, Stores stores,
+                            const Blend& blend) {
+    const auto rows = [&](auto how) HWY_ATTR {
+        for (int y = 0; y < dst.height; ++y) {
+            const T *a = over.row(y), *b = under.row(y);
+            T* out = dst.row(y);
+            forEachLine<T>(dst.width, [&](auto d, int x, auto count) HWY_ATTR {
+                const int n = static_cast<int>(hn::Lanes(d));
+                if constexpr (how() == Stores::streaming && count() > 1)
+                    for (const T* from : {a, b}) prefetchAhead(reinterpret_cast<const std::uint8_t*>(from + x), 64);
+                hn::Vec<decltype(d)> blended[count()];
+                for (int i = 0; i < count(); ++i)
+                    blended[i] = blend(d, hn::LoadU(d, a + x + i * n), hn::LoadU(d, b + x + i * n));
+                for (int i = 0; i < count(); ++i) put<how()>(blended[i], d, out + x + i * n);
+            });
+        }
+    };
+    withStores(stores, rows, dst);
 }
 
 /// a * weight + b * (255 - weight) + 128 in 16 bits.
@@ -68,8 +79,8 @@ HWY_INLINE FullU8 blendFull(FullU8 a, FullU8 b, std::uint8_t weight) {
 }
 #endif
 
-void alphaComp8Rows(ConstViewU8 over, std::uint8_t weight, ConstViewU8 under, ViewU8 dst) {
-    forEachPair(over, under, dst, [weight](auto d, auto a, auto b) HWY_ATTR {
+void alphaComp8Rows(ConstViewU8 over, std::uint8_t weight, ConstViewU8 under, ViewU8 dst, Stores stores) {
+    forEachPair(over, under, dst, stores, [weight](auto d, auto a, auto b) HWY_ATTR {
 #if ORVEL_BYTE_PRODUCTS
         if constexpr (hn::MaxLanes(d) == hn::MaxLanes(hn::ScalableTag<std::uint8_t>())) return blendFull(a, b, weight);
 #endif
@@ -77,10 +88,10 @@ void alphaComp8Rows(ConstViewU8 over, std::uint8_t weight, ConstViewU8 under, Vi
     });
 }
 
-void alphaComp16Rows(ConstViewU16 over, std::uint16_t weight, ConstViewU16 under, ViewU16 dst) {
+void alphaComp16Rows(ConstViewU16 over, std::uint16_t weight, ConstViewU16 under, ViewU16 dst, Stores stores) {
     // The smaller sample plus its weighted distance to the larger one: everything but the product fits 16 bits, and of
     // the product p the rounded quotient by 65535 is (t + (t >> 16)) >> 16 with t = p + 32768.
-    forEachPair(over, under, dst, [weight](auto d, auto a, auto b) HWY_ATTR {
+    forEachPair(over, under, dst, stores, [weight](auto d, auto a, auto b) HWY_ATTR {
         const hn::RebindToSigned<decltype(d)> ds;
         const auto larger = hn::Max(a, b), smaller = hn::Min(a, b), distance = hn::Sub(larger, smaller);
         const auto share =
@@ -103,15 +114,15 @@ namespace Orvel::primitives {
 HWY_EXPORT(alphaComp8Rows);
 HWY_EXPORT(alphaComp16Rows);
 
-Status alphaComp(ConstViewU8 over, std::uint8_t weight, ConstViewU8 under, ViewU8 dst) noexcept {
+Status alphaComp(ConstViewU8 over, std::uint8_t weight, ConstViewU8 under, ViewU8 dst, Stores stores) noexcept {
     if (const Status fault = checkSameSize(dst, over, under); fault != Status::ok) return fault;
-    HWY_DYNAMIC_DISPATCH(alphaComp8Rows)(over, weight, under, dst);
+    HWY_DYNAMIC_DISPATCH(alphaComp8Rows)(over, weight, under, dst, stores);
     return Status::ok;
 }
 
-Status alphaComp(ConstViewU16 over, std::uint16_t weight, ConstViewU16 under, ViewU16 dst) noexcept {
+Status alphaComp(ConstViewU16 over, std::uint16_t weight, ConstViewU16 under, ViewU16 dst, Stores stores) noexcept {
     if (const Status fault = checkSameSize(dst, over, under); fault != Status::ok) return fault;
-    HWY_DYNAMIC_DISPATCH(alphaComp16Rows)(over, weight, under, dst);
+    HWY_DYNAMIC_DISPATCH(alphaComp16Rows)(over, weight, under, dst, stores);
     return Status::ok;
 }
 

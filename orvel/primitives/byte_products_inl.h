@@ -8,7 +8,7 @@
 
 #include <hwy/highway.h>
 
-// Two instructions of x86 that Highway does not offer, for vectors of 128 bits and more. Where ORVEL_BYTE_PRODUCTS is 0
+// Instructions of x86 that Highway does not offer, for vectors of 128 bits and more. Where ORVEL_BYTE_PRODUCTS is 0
 // they take several each, and a kernel may have a better way to the same bytes.
 #undef ORVEL_BYTE_PRODUCTS
 #define ORVEL_BYTE_PRODUCTS \
@@ -25,6 +25,8 @@ template <class V8>
 using Words = hn::Vec<hn::Repartition<std::int16_t, hn::DFromV<V8>>>;
 template <class V16>
 using Bytes = hn::Vec<hn::Repartition<std::uint8_t, hn::DFromV<V16>>>;
+template <class V16>
+using SignedBytes = hn::Vec<hn::Repartition<std::int8_t, hn::DFromV<V16>>>;
 
 /// In 16-bit lane i: a[2i] * b[2i] + a[2i + 1] * b[2i + 1], which must fit.
 template <class V8, class V8Signed>
@@ -65,6 +67,24 @@ HWY_INLINE Bytes<V16> packBlocks(V16 lower, V16 upper) {
     static_assert(sizeof lower == 16, "longer vectors would need their blocks put in order");
     const hn::Full64<std::uint8_t> half;
     return hn::Combine(hn::Full128<std::uint8_t>(), hn::DemoteTo(half, upper), hn::DemoteTo(half, lower));
+#endif
+}
+
+/// The same saturated to -128 .. 127.
+template <class V16>
+HWY_INLINE SignedBytes<V16> packSignedBlocks(V16 lower, V16 upper) {
+#if ORVEL_BYTE_PRODUCTS
+    if constexpr (sizeof lower == 16) return SignedBytes<V16>{_mm_packs_epi16(lower.raw, upper.raw)};
+#if HWY_TARGET <= HWY_AVX2
+    if constexpr (sizeof lower == 32) return SignedBytes<V16>{_mm256_packs_epi16(lower.raw, upper.raw)};
+#endif
+#if HWY_TARGET <= HWY_AVX3
+    if constexpr (sizeof lower == 64) return SignedBytes<V16>{_mm512_packs_epi16(lower.raw, upper.raw)};
+#endif
+#else
+    static_assert(sizeof lower == 16, "longer vectors would need their blocks put in order");
+    const hn::Full64<std::int8_t> half;
+    return hn::Combine(hn::Full128<std::int8_t>(), hn::DemoteTo(half, upper), hn::DemoteTo(half, lower));
 #endif
 }
 #endif  // HWY_TARGET != HWY_SCALAR

@@ -14,8 +14,10 @@
 #include <cstring>
 #include <tuple>
 
+#include "orvel/primitives/byte_products_inl.h"
 #include "orvel/primitives/column_steps_inl.h"
 #include "orvel/primitives/field_rows.h"
+#include "orvel/primitives/sample_math_inl.h"
 
 // The content-adaptive vertical-temporal filter: one row between rows of a kept field, out of that field and what the
 // other field has near it. For the row y: a, b, c, d are the kept rows y-3, y-1, y+1, y+3; u0, u1, u2 are the sums of
@@ -45,10 +47,9 @@ inline constexpr int cavtRowsAtOnce = kFields == 1 ? 2 : 4;
 
 /// What the filter knows about the columns of a chunk of one generated row before it looks at their neighbours.
 struct CavtTerms {
-    PairBuffer<std::int16_t> detail;
-    PairBuffer<std::int16_t> mismatch;   ///< mismatchScale times the mismatch
-    PairBuffer<std::int16_t> spatial;    ///< S
-    PairBuffer<std::int16_t> deviation;  ///< S - V
+    PairBuffer<std::int16_t> detail;      ///< 8 more, which makes the 40 of D
+    PairBuffer<std::int16_t> mismatch;    ///< mismatchScale times the mismatch
+    PairBuffer<std::int16_t> candidates;  ///< S and V, see candidatesOf()
 };
 
 /// Eight times the mismatch is at hand at once when u is twice a sample; else twice the mismatch is cheaper.
@@ -82,44 +83,49 @@ HWY_INLINE CavtRows<kFields> cavtRows(const FieldRows& kept, const std::array<Fi
     return rows;
 }
 
-/// min(255, (v + 8) >> 4).
-HWY_INLINE Word sixteenth(Word v) {
+/// The samples nearest to sixteenths, as bytes: in each block of the vector the spatial ones, then the detailed ones.
+/// Without blocks they share a word.
+HWY_INLINE Word candidatesOf(Word spatial, Word detailed) {
     const WordTag d;
-    return hn::Min(hn::MulFixedPoint15(v, hn::Set(d, 1 << 11)), hn::Set(d, 255));
+    const auto sixteenth = [=](Word v) HWY_ATTR { return hn::MulFixedPoint15(v, hn::Set(d, 1 << 11)); };
+#if HWY_TARGET == HWY_SCALAR
+    const auto byte = [=](Word v) HWY_ATTR { return hn::Clamp(sixteenth(v), hn::Zero(d), hn::Set(d, 255)); };
+    return hn::Or(byte(spatial), hn::ShiftLeft<8>(byte(detailed)));
+#else
+    return hn::BitCast(d, packBlocks(sixteenth(spatial), sixteenth(detailed)));
+#endif
 }
 
-/// max(0, a - b) of values that are not negative.
-HWY_INLINE Word excess(Word a, Word b) {
-    const UnsignedWordTag du;
-    return hn::BitCast(WordTag(), hn::SaturatedSub(hn::BitCast(du, a), hn::BitCast(du, b)));
+/// a - b, which fits. The compiler would regroup differences of plain differences and lose what rows have in common.
+HWY_INLINE Word difference(Word a, Word b) {
+    return hn::SaturatedSub(a, b);
 }
 
-/// |2 middle - upper - lower|.
-HWY_INLINE Word bendOf(Word upper, Word middle, Word lower) {
-    return hn::Abs(hn::Sub(hn::Sub(middle, upper), hn::Sub(lower, middle)));
-}
+/// How a row goes on from its neighbours: the differences a to b, b to c, c to d of the kept rows and those of the
+/// other fields' u0 to u1 to u2. All that the filter asks of a and d and of u0 and u2 is in them.
+struct Slopes {
+    Word ab, bc, cd, u01, u12;
+};
 
-/// The terms of the even or of the odd columns of a step of one row; bends is |2 b - a - c| + |2 c - b - d|. With one
-/// other field the u given are its samples, half of the u of the formulas. Stores as soon as it can: a record of
-/// vectors would go through memory.
+/// The terms of the even or of the odd columns of a step of one row; bends is |2 b - a - c| + |2 c - b - d|. Stores as
+/// soon as it can: a record of vectors would go through memory.
 template <int kFields>
-HWY_INLINE void putTerms(Word a, Word b, Word c, Word d, Word bends, Word u0, Word u1, Word u2, std::size_t odd,
-                         std::ptrdiff_t pair, CavtTerms& to) {
-    const WordTag tag;
-    constexpr int half = 2 - kFields;
-    const Word inner = hn::Add(b, c), outer = hn::Add(a, d);
-    const Word centre = hn::ShiftLeft<1>(u1), sides = hn::Add(u0, u2);
-    const Word edge = hn::Sub(centre, sides), size = hn::Abs(edge);
-    hn::StoreU(hn::Add(bends, half ? size : hn::ShiftRight<1>(size)), tag, to.detail.at(odd) + pair);
+HWY_INLINE void putTerms(Word inner, Word u1, const Slopes& slopes, Word bends, std::size_t odd, std::ptrdiff_t pair,
+                         CavtTerms& to) {
+    const WordTag d;
+    const UnsignedWordTag du;
+    const auto put = [=](Word v, PairBuffer<std::int16_t>& buffer)
+                         HWY_ATTR { hn::StoreU(v, d, buffer.at(odd) + pair); };
+    const Word edge = difference(slopes.u01, slopes.u12);
+    const Word half = hn::BitCast(d, hn::AverageRound(hn::BitCast(du, hn::Abs(edge)), hn::Set(du, 15)));  // and 8
+    put(hn::Add(bends, half), to.detail);
 
-    const Word gap = hn::Abs(hn::Sub(hn::Add(centre, sides), hn::ShiftLeft<2 - half>(inner)));
-    hn::StoreU(half ? hn::ShiftLeft<3>(gap) : hn::And(gap, hn::Set(tag, ~1)), tag, to.mismatch.at(odd) + pair);
+    const Word gap = hn::Abs(hn::Sub(hn::ShiftLeft<2>(hn::Sub(u1, inner)), edge));
+    put(kFields == 1 ? hn::ShiftLeft<2>(gap) : hn::And(gap, hn::Set(d, ~1)), to.mismatch);
 
-    const Word eight = hn::ShiftLeft<3>(inner);
-    const Word spatial = sixteenth(excess(hn::Add(eight, inner), outer));
-    const Word detailed = hn::Add(hn::Add(hn::Sub(eight, inner), outer), hn::ShiftLeft<1 + half>(edge));
-    hn::StoreU(spatial, tag, to.spatial.at(odd) + pair);
-    hn::StoreU(hn::Sub(spatial, hn::Max(sixteenth(detailed), hn::Zero(tag))), tag, to.deviation.at(odd) + pair);
+    const Word eight = hn::ShiftLeft<3>(inner), bow = difference(slopes.cd, slopes.ab);
+    const Word detailed = hn::Add(hn::Add(eight, bow), hn::Add(edge, edge));
+    put(candidatesOf(hn::Sub(eight, bow), detailed), to.candidates);
 }
 
 /// The terms of the step that begins with the given pair of columns, counted from the rows' pointers. What one row has
@@ -131,16 +137,16 @@ HWY_INLINE void putStep(const CavtRows<kFields>& rows, std::ptrdiff_t from, std:
         const auto kept = [&](std::size_t i) HWY_ATTR { return load(rows[i] + 2 * from); };
         const auto other = [&](std::size_t i) HWY_ATTR {
             const Word first = kept(keptRows<kFields> + i);
-            if constexpr (kFields == 1)
-                return first;
-            else
-                return hn::Add(first, kept(keptRows<kFields> + otherRows<kFields> + i));
+            return hn::Add(first, kFields == 1 ? first : kept(keptRows<kFields> + otherRows<kFields> + i));
         };
-        Word a = kept(0), b = kept(1), c = kept(2), u0 = other(0), u1 = other(1), bend = bendOf(a, b, c);
+        const auto bend = [](Word upper, Word lower) HWY_ATTR { return hn::Abs(hn::Sub(upper, lower)); };
+        Word b = kept(1), c = kept(2), ab = difference(b, kept(0)), bc = difference(c, b), bendB = bend(ab, bc);
+        Word u1 = other(1), u01 = difference(u1, other(0));
         for (std::size_t row = 0; row < cavtRowsAtOnce<kFields>; ++row) {
-            const Word d = kept(3 + row), u2 = other(2 + row), nextBend = bendOf(b, c, d);
-            putTerms<kFields>(a, b, c, d, hn::Add(bend, nextBend), u0, u1, u2, odd, pair, terms[row]);
-            a = b, b = c, c = d, u0 = u1, u1 = u2, bend = nextBend;
+            const Word d = kept(3 + row), cd = difference(d, c), bendC = bend(bc, cd);
+            const Word u2 = other(2 + row), u12 = difference(u2, u1);
+            putTerms<kFields>(hn::Add(b, c), u1, {ab, bc, cd, u01, u12}, hn::Add(bendB, bendC), odd, pair, terms[row]);
+            b = c, c = d, ab = bc, bc = cd, bendB = bendC, u1 = u2, u01 = u12;
         }
     };
     put(0, [](const std::uint8_t* p) HWY_ATTR { return loadEven(p); });
@@ -187,9 +193,11 @@ HWY_INLINE void makeTerms(const CavtRows<kFields>& rows, Chunk chunk, CavtRowsTe
 }
 
 /// 8 - g of a column is the quotient of these two: 8 q + ((D - 1) >> 1) and D. A q above D gives g = 0 as D itself
-/// does, so that it need not be above D and all keeps within 16 bits.
+/// does, so that it need not be above D and all keeps within 16 bits: D + C is 7690 at most, which with q = D leaves
+/// below 2^15 of the dividend after 4 D.
 struct Share {
-    Word dividend, divisor;
+    Word dividend;  ///< with its top bit flipped, so that a signed comparison sees its order
+    Word divisor;
 };
 struct SharesOfStep {
     Share even, odd;
@@ -200,7 +208,7 @@ HWY_INLINE Share shareOf(Word detail, Word mismatch, Word strength) {
     const UnsignedWordTag du;
     const auto divisor = hn::BitCast(du, detail);
     const auto q = hn::Min(hn::MulHigh(hn::BitCast(du, mismatch), hn::BitCast(du, strength)), divisor);
-    const auto half = hn::ShiftRight<1>(hn::Sub(divisor, hn::Set(du, 1)));
+    const auto half = hn::AverageRound(divisor, hn::Set(du, 65534));  // and 32768
     return {hn::BitCast(d, hn::Add(hn::ShiftLeft<3>(q), half)), detail};
 }
 
@@ -215,35 +223,71 @@ HWY_INLINE SharesOfStep sharesOf(const CavtTerms& terms, std::ptrdiff_t pair, st
     };
     const auto before = [&](const PairBuffer<std::int16_t>& of) HWY_ATTR { return hn::LoadU(d, of.even() + pair - 1); };
     const auto after = [&](const PairBuffer<std::int16_t>& of) HWY_ATTR { return hn::LoadU(d, of.odd() + pair + 1); };
-    const Word detail = hn::Add(common(terms.detail), hn::Set(d, 40)), mismatch = common(terms.mismatch);
+    const Word detail = common(terms.detail), mismatch = common(terms.mismatch);
     const Word factor = hn::BitCast(d, hn::Set(UnsignedWordTag(), strength));
     return {shareOf(hn::Add(detail, before(terms.detail)), hn::Add(mismatch, before(terms.mismatch)), factor),
             shareOf(hn::Add(detail, after(terms.detail)), hn::Add(mismatch, after(terms.mismatch)), factor)};
 }
 
-/// S + (((V - S) g + 4) >> 3). The quotient is found as on paper, binary digit by digit; being 8 at most, it has the
-/// digits 4, 2, 1 and 1.
-HWY_INLINE Word adaptedWord(Share share, const std::int16_t* spatial, const std::int16_t* deviation) {
-    const WordTag d;
-    const UnsignedWordTag du;
-    auto rest = hn::BitCast(du, share.dividend);
-    // All ones where the multiple of the divisor does not fit; the difference then wraps to more than rest.
-    const auto misses = [&](Word multiple) HWY_ATTR {
-        const auto before = rest;
-        rest = hn::Min(before, hn::Sub(before, hn::BitCast(du, multiple)));
-        return hn::BitCast(d, hn::VecFromMask(du, hn::Eq(rest, before)));
+/// The digits of a share's quotient, found as on paper; being 8 at most, it has the digits 4, 2, 1 and 1. Negative
+/// words where the digit counts.
+struct Digits {
+    Word four, two, one, last;
+};
+
+HWY_INLINE Digits digitsOf(Share share) {
+    Word rest = share.dividend;
+    const auto take = [&](Word multiple) HWY_ATTR {
+        const Word less = hn::Sub(rest, multiple);  // not negative, and more than rest, where the multiple does not fit
+        rest = hn::Min(rest, less);
+        return less;
     };
-    const Word twice = hn::ShiftLeft<1>(share.divisor);
-    const Word fours = misses(hn::ShiftLeft<2>(share.divisor)), twos = misses(twice);
-    // What is left is below 2.5 D and compares as a signed number.
-    const Word left = hn::BitCast(d, rest);
-    const Word ones = hn::Add(hn::VecFromMask(d, hn::Gt(share.divisor, left)), hn::VecFromMask(d, hn::Gt(twice, left)));
-    const Word upper = hn::Add(hn::Add(fours, fours), twos);
-    const Word minusG = hn::Add(hn::Add(upper, upper), ones);
-    return hn::Add(hn::LoadU(d, spatial), hn::MulFixedPoint15(hn::LoadU(d, deviation), hn::ShiftLeft<12>(minusG)));
+    const Word twice = hn::Add(share.divisor, share.divisor);
+    const Word four = take(hn::Add(twice, twice)), two = take(twice);
+    return {four, two, hn::Sub(rest, share.divisor), hn::Sub(rest, twice)};
 }
 
-/// Calls put(pair, columns) with the results of each step of the chunk's columns [begin, end). While a step is divided,
+/// The candidates of the step that begins with the given pair of the chunk; in each block first the even columns.
+struct Candidates {
+    StepBytes spatial, detailed;
+};
+
+HWY_INLINE Candidates candidatesAt(const CavtTerms& terms, std::ptrdiff_t pair) {
+    const std::int16_t *even = terms.candidates.even() + pair, *odd = terms.candidates.odd() + pair;
+#if HWY_TARGET == HWY_SCALAR
+    const auto byte = [](int v) { return static_cast<std::uint8_t>(v & 255); };
+    return {{byte(*even), byte(*odd)}, {byte(*even >> 8), byte(*odd >> 8)}};
+#else
+    const hn::Repartition<std::uint8_t, WordTag> d8;
+    const hn::Repartition<std::uint64_t, WordTag> d64;
+    const auto e = hn::BitCast(d64, hn::LoadU(WordTag(), even)), o = hn::BitCast(d64, hn::LoadU(WordTag(), odd));
+    return {hn::BitCast(d8, hn::InterleaveLower(d64, e, o)), hn::BitCast(d8, hn::InterleaveUpper(d64, e, o))};
+#endif
+}
+
+/// S + (((V - S) g + 4) >> 3), which is the mean of S and V where each digit that counts stands for S. In the order of
+/// the candidates.
+HWY_INLINE StepBytes mixed(const SharesOfStep& shares, const Candidates& of) {
+    const Digits even = digitsOf(shares.even), odd = digitsOf(shares.odd);
+#if HWY_TARGET == HWY_SCALAR
+    const auto column = [](const Digits& digits, int s, int v) {
+        const auto value = [=](Word digit) { return hn::GetLane(digit) < 0 ? s : v; };
+        const int eighths = 4 * value(digits.four) + 2 * value(digits.two) + value(digits.one) + value(digits.last);
+        return static_cast<std::uint8_t>((eighths + 4) >> 3);
+    };
+    return {column(even, of.spatial.even, of.detailed.even), column(odd, of.spatial.odd, of.detailed.odd)};
+#else
+    const auto choose = [](Word digitEven, Word digitOdd, StepBytes s, StepBytes v)
+                            HWY_ATTR { return ifNegative(packSignedBlocks(digitEven, digitOdd), s, v); };
+    const StepBytes s = of.spatial, v = of.detailed, notS = hn::Not(s), notV = hn::Not(v);
+    // Means of complements are rounded down, as all but the last one must be.
+    const auto ones = hn::AverageRound(choose(even.one, odd.one, notS, notV), choose(even.last, odd.last, notS, notV));
+    const auto small = hn::Not(hn::AverageRound(choose(even.two, odd.two, notS, notV), ones));
+    return hn::AverageRound(choose(even.four, odd.four, s, v), small);
+#endif
+}
+
+/// Calls put(pair, bytes) with the results of each step of the chunk's columns [begin, end). While a step is divided,
 /// the next one's sums are made already: one after the other they would be a chain too long to overlap.
 template <class Put>
 HWY_INLINE void forEachAdapted(const CavtTerms& terms, Chunk chunk, std::uint16_t strength, const Put& put) {
@@ -254,8 +298,7 @@ HWY_INLINE void forEachAdapted(const CavtTerms& terms, Chunk chunk, std::uint16_
         const std::ptrdiff_t next = pair + step;
         const bool more = 2 * next < last;
         const SharesOfStep nextShares = sharesOf(terms, more ? next : pair, strength);
-        put(pair, Columns{adaptedWord(shares.even, terms.spatial.even() + pair, terms.deviation.even() + pair),
-                          adaptedWord(shares.odd, terms.spatial.odd() + pair, terms.deviation.odd() + pair)});
+        put(pair, inColumnOrder(mixed(shares, candidatesAt(terms, pair))));
         if (!more) return;
         shares = nextShares;
         pair = next;

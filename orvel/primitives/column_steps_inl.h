@@ -24,10 +24,6 @@ using WordTag = hn::ScalableTag<std::int16_t>;
 using UnsignedWordTag = hn::RebindToUnsigned<WordTag>;
 using Word = hn::Vec<WordTag>;
 
-/// A step: a vector of even columns and a vector of the odd ones between them.
-struct Columns {
-    Word even, odd;
-};
 inline constexpr int maxPairs = int(hn::MaxLanes(WordTag()));
 HWY_INLINE int pairsPerStep() {
     return int(hn::Lanes(WordTag()));
@@ -54,14 +50,31 @@ HWY_INLINE Word loadOdd(const std::uint8_t* p) {
 #endif
 }
 
-/// The values are in 0 .. 255.
-HWY_INLINE void storeColumns(const Columns& columns, std::uint8_t* p) {
+/// The columns of a step as bytes.
 #if HWY_TARGET == HWY_SCALAR
-    p[0] = static_cast<std::uint8_t>(hn::GetLane(columns.even));
-    p[1] = static_cast<std::uint8_t>(hn::GetLane(columns.odd));
+struct StepBytes {
+    std::uint8_t even, odd;
+};
 #else
-    const hn::Repartition<std::uint8_t, WordTag> d8;
-    hn::StoreU(hn::BitCast(d8, hn::Or(columns.even, hn::ShiftLeft<8>(columns.odd))), d8, p);
+using StepBytes = hn::Vec<hn::Repartition<std::uint8_t, WordTag> >;
+#endif
+
+HWY_INLINE void storeStep(StepBytes columns, std::uint8_t* p) {
+#if HWY_TARGET == HWY_SCALAR
+    p[0] = columns.even;
+    p[1] = columns.odd;
+#else
+    hn::StoreU(columns, hn::Repartition<std::uint8_t, WordTag>(), p);
+#endif
+}
+
+/// Columns that stand apart in each block, first the even, then the odd ones.
+HWY_INLINE StepBytes inColumnOrder(StepBytes columns) {
+#if HWY_TARGET == HWY_SCALAR
+    return columns;
+#else
+    alignas(16) static constexpr std::uint8_t order[16] = {0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15};
+    return hn::TableLookupBytes(columns, hn::LoadDup128(hn::Repartition<std::uint8_t, WordTag>(), order));
 #endif
 }
 

@@ -244,8 +244,8 @@ HWY_INLINE void makeRows(const BlendSources& sources, const DeinterlaceBlendStat
         ask(sources.keptPrev, 1);
         ask(sources.keptNext, 1);
         for (std::size_t i = 0; i < out.size(); ++i) {
-            forEachAdapted(terms.cavt[i], chunk, strength, [&](std::ptrdiff_t pair, const Columns& columns) HWY_ATTR {
-                storeColumns(columns, terms.spatial.data() + 2 * pair);
+            forEachAdapted(terms.cavt[i], chunk, strength, [&](std::ptrdiff_t pair, StepBytes columns) HWY_ATTR {
+                storeStep(columns, terms.spatial.data() + 2 * pair);
             });
             blendChunk(terms.motion[i], terms.spatial, chunk, state, out[i] + chunk.begin);
         }

@@ -20,18 +20,17 @@ constexpr int rowsAtOnce = cavtRowsAtOnce<1>;
 HWY_INLINE void makeRow(const CavtTerms& terms, Chunk chunk, unsigned threshold, std::uint8_t* out) {
     // Steps but the row's last one are whole.
     const std::ptrdiff_t whole = chunk.end - 2 * pairsPerStep();
-    const auto put = [&](std::ptrdiff_t pair, const Columns& columns) HWY_ATTR {
+    const auto put = [&](std::ptrdiff_t pair, StepBytes columns) HWY_ATTR {
         const std::ptrdiff_t x = chunk.from + 2 * pair;
-        if (x <= whole) return storeColumns(columns, out + x);
+        if (x <= whole) return storeStep(columns, out + x);
         alignas(64) std::uint8_t last[2 * maxPairs];
-        storeColumns(columns, last);
+        storeStep(columns, last);
         std::memcpy(out + x, last, std::size_t(chunk.end - x));
     };
     if (threshold != 0) return forEachAdapted(terms, chunk, scaledStrength<1>(cavtStrength(threshold)), put);
-    const WordTag d;
     for (std::ptrdiff_t pair = (chunk.begin - chunk.from) / 2; 2 * pair < chunk.end - chunk.from;
          pair += pairsPerStep())
-        put(pair, {hn::LoadU(d, terms.spatial.even() + pair), hn::LoadU(d, terms.spatial.odd() + pair)});
+        put(pair, inColumnOrder(candidatesAt(terms, pair).spatial));
 }
 
 void cavtPairs(ConstViewU8 src, ViewU8 dst, unsigned threshold, int firstPair, int lastPair) {

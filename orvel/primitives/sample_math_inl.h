@@ -8,6 +8,8 @@
 
 #include <hwy/highway.h>
 
+#include <cstdint>
+
 // Arithmetic on vectors of unsigned samples that never leaves their width.
 
 HWY_BEFORE_NAMESPACE();
@@ -24,6 +26,17 @@ HWY_INLINE V floorMean(V a, V b) {
 template <class V>
 HWY_INLINE V absDifference(V a, V b) {
     return hn::Or(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a));
+}
+
+/// yes where test is negative, else no; on bytes. Highway's own takes a test of all ones or none on some targets.
+template <class VI, class V>
+HWY_INLINE V ifNegative(VI test, V yes, V no) {
+    const hn::DFromV<VI> di;
+    const hn::DFromV<V> d;
+#if HWY_TARGET == HWY_SSSE3
+    test = hn::BroadcastSignBit(test);
+#endif
+    return hn::BitCast(d, hn::IfNegativeThenElse(test, hn::BitCast(di, yes), hn::BitCast(di, no)));
 }
 
 }  // namespace Orvel::primitives::HWY_NAMESPACE

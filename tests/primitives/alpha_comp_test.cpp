@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <type_traits>
+
 #include "tests/support/every_target.h"
 #include "tests/support/guarded_plane.h"
 
@@ -73,6 +76,35 @@ TEST_P(AlphaCompTest, FitsEverySizeAndPositionAndWorksInPlace) {
         ASSERT_EQ(dst.difference(b), "");
         ASSERT_EQ(dst16.difference(a16), "");
     }
+}
+
+TEST_P(AlphaCompTest, PastTheCacheTheBytesAreTheSame) {
+    std::mt19937 rng(23);
+    // Rows on boundaries of every vector length, and 8 bytes off; whole lines, vectors after them, and a rest.
+    for (const int offset : {0, 8})
+        for (const int width : {64, 96, 131, 640}) {
+            alignas(64) std::uint8_t memory[3 * 1344];
+            std::memset(memory, 0xA5, sizeof memory);
+            std::uint8_t* const out = memory + offset;
+            Plane8 a(width, 3, 5), b(width, 3), dst(width, 3);
+            Plane16 a16(width, 3, 3), b16(width, 3), dst16(width, 3);
+            a.fillRandom(rng), b.fillRandom(rng), a16.fillRandom(rng), b16.fillRandom(rng);
+            const auto equals = [&](auto& expected) {
+                using T = std::remove_reference_t<decltype(expected.at(0, 0))>;
+                for (int y = 0; y < 3; ++y) {
+                    ASSERT_EQ(out[y * 1344 + width * int(sizeof(T))], 0xA5) << "width " << width;
+                    ASSERT_EQ(std::memcmp(out + y * 1344, &expected.at(0, y), std::size_t(width) * sizeof(T)), 0)
+                        << "width " << width << " offset " << offset << " bytes " << sizeof(T) << " row " << y;
+                }
+            };
+            ASSERT_EQ(alphaComp(a.view(), 99, b.view(), dst.view()), Status::ok);
+            ASSERT_EQ(alphaComp(a.view(), 99, b.view(), {out, 1344, width, 3}, Stores::streaming), Status::ok);
+            ASSERT_NO_FATAL_FAILURE(equals(dst));
+            ASSERT_EQ(alphaComp(a16.view(), 40000, b16.view(), dst16.view()), Status::ok);
+            const ViewU16 out16{reinterpret_cast<std::uint16_t*>(out), 1344, width, 3};
+            ASSERT_EQ(alphaComp(a16.view(), 40000, b16.view(), out16, Stores::streaming), Status::ok);
+            ASSERT_NO_FATAL_FAILURE(equals(dst16));
+        }
 }
 
 TEST(AlphaComp, KnownBlendsAndRefusals) {
