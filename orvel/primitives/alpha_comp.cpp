@@ -1,6 +1,7 @@
 #include "orvel/primitives/alpha_comp.h"
 
 #include "orvel/primitives/checks.h"
+#include "orvel/primitives/join_rows.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "orvel/primitives/alpha_comp.cpp"
@@ -116,12 +117,14 @@ HWY_EXPORT(alphaComp16Rows);
 
 Status alphaComp(ConstViewU8 over, std::uint8_t weight, ConstViewU8 under, ViewU8 dst, Stores stores) noexcept {
     if (const Status fault = checkSameSize(dst, over, under); fault != Status::ok) return fault;
+    joinRows(over, under, dst);
     HWY_DYNAMIC_DISPATCH(alphaComp8Rows)(over, weight, under, dst, stores);
     return Status::ok;
 }
 
 Status alphaComp(ConstViewU16 over, std::uint16_t weight, ConstViewU16 under, ViewU16 dst, Stores stores) noexcept {
     if (const Status fault = checkSameSize(dst, over, under); fault != Status::ok) return fault;
+    joinRows(over, under, dst);
     HWY_DYNAMIC_DISPATCH(alphaComp16Rows)(over, weight, under, dst, stores);
     return Status::ok;
 }
