@@ -102,10 +102,12 @@ struct Upcoming {
     static_assert(count % 2 == 0, "halves of the rows take turns");
     std::array<const std::uint8_t*, count> rows;
 
-    /// For a loop over all columns in steps of the given number: here it is at column x.
+    /// For a loop over all columns in steps of the given number: here it is at column x. Steps that are no vectors have
+    /// no haste.
     template <std::size_t step>
     HWY_INLINE void ask(std::ptrdiff_t x) const {
         constexpr std::ptrdiff_t halfLine = 32;
+        if constexpr (step < 16) return;
         for (std::ptrdiff_t at = x; at < x + std::ptrdiff_t{step}; at += halfLine) {
             const auto* const turn = rows.data() + (at & halfLine ? count / 2 : 0);
             for (std::size_t i = 0; i < count / 2; ++i)

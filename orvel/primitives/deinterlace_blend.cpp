@@ -153,7 +153,7 @@ HWY_INLINE void makeMotionTerms(const BlendFieldRows& sources, Chunk chunk, int 
     const int columns = chunk.to - chunk.from;
     MotionTerms* const to = terms;
     forEachRun<std::uint8_t>(columns, [=](auto d, int x) HWY_ATTR {
-        if constexpr (hn::MaxLanes(d) >= 16) upcoming.ask<hn::MaxLanes(d)>(x);
+        upcoming.ask<hn::MaxLanes(d)>(x);
         putMotion(d, rows, x, isStill, to);
     });
     for (MotionTerms& ofRow : terms) {
@@ -222,7 +222,7 @@ HWY_INLINE void blendChunk(const MotionTerms& terms, const ColumnBuffer<std::uin
     const MotionMixer mixed(state);
     forEachRun<std::uint8_t>(chunk.end - chunk.begin, [=](auto d, int i) HWY_ATTR {
         const auto load = [=](const std::uint8_t* p) HWY_ATTR { return hn::LoadU(d, p + i); };
-        if constexpr (hn::MaxLanes(d) >= 16) upcoming.ask<hn::MaxLanes(d)>(i);
+        upcoming.ask<hn::MaxLanes(d)>(i);
         const auto t = load(temporal), bound = load(bounds);
         const auto s = hn::Max(hn::Min(load(spatial), hn::SaturatedAdd(t, bound)), hn::SaturatedSub(t, bound));
         const auto smoothed = hn::AverageRound(floorMean(load(motion - 1), load(motion + 1)), load(motion));
