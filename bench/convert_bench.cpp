@@ -1,4 +1,5 @@
 // Format conversions beside libyuv, swscale and a plain copy of the same bytes.
+#include <atomic>
 #include <memory>
 
 #include "bench/bench_support.h"
@@ -34,10 +35,36 @@ std::uint8_t* at(const Img& img, int plane, int row) {
     return img.getPixels(plane) + std::ptrdiff_t{row} * img.getStep(plane);
 }
 
+/// Who cuts the picture when there are several threads.
+enum class Cut { library, caller };
+
+/// One band of a picture and where it goes, as views.
+template <class Dst, class Src>
+struct Band {
+    Dst dst;
+    Src src;
+};
+
+/// As many bands of row pairs as inBands() makes of the picture.
+template <class Dst, class Src>
+auto bandsOf(const Dst& dst, const Src& src, Size size, int threads) {
+    auto bands = std::make_shared<std::vector<Band<Dst, Src>>>(static_cast<std::size_t>(threads));
+    const auto firstRow = [=](int band) { return size.height / 2 * band / threads * 2; };
+    for (int i = 0; i < threads; ++i) {
+        auto& band = (*bands)[static_cast<std::size_t>(i)];
+        const tagPOINT origin{0, firstRow(i)};
+        const tagSIZE extent{size.width, firstRow(i + 1) - firstRow(i)};
+        dst.getShadowRoi(band.dst, origin, extent);
+        src.getShadowRoi(band.src, origin, extent);
+    }
+    return bands;
+}
+
 /// Registers our conversion, the copy, and the peers given as (name, unit of rows, body(dst, src, first, last)).
 template <class Dst, class Src, class Ours>
 struct Measured {
     const char* operation;
+    Cut cut;
     Ours ours;
 
     template <class... Peers>
@@ -47,16 +74,39 @@ struct Measured {
                 const auto src = picture<Src>(size);
                 const auto dst = picture<Dst>(size);
                 const std::int64_t bytes = pixelBytes(*src) + pixelBytes(*dst);
-                measure(operation, size.name, "orvel", threads, bytes, [=, f = ours] { return f(*dst, *src); });
+                if (cut == Cut::caller && threads > 1)
+                    measureBands(size, threads, bytes, *dst, *src);
+                else
+                    measure(operation, size.name, "orvel", threads, bytes, [=, f = ours] { return f(*dst, *src); });
                 (peers(operation, size, threads, bytes, dst, src), ...);
                 measureCopy(operation, size.name, threads, bytes);
             }
     }
+
+private:
+    void measureBands(Size size, int threads, std::int64_t bytes, const Dst& dst, const Src& src) const {
+        const auto bands = bandsOf(dst, src, size, threads);
+        measure(operation, size.name, "orvel", threads, bytes, [=, f = ours] {
+            std::atomic<bool> converted = true;
+            inBands(threads, threads, 1, [&](int band, int) {
+                auto& [to, from] = (*bands)[static_cast<std::size_t>(band)];
+                if (!f(to, from)) converted = false;
+            });
+            return converted.load();
+        });
+    }
 };
 
+/// A conversion that finds threads by itself.
 template <class Dst, class Src, class Ours>
 Measured<Dst, Src, Ours> ours(const char* operation, Ours f) {
-    return {operation, f};
+    return {operation, Cut::library, f};
+}
+
+/// One that works on the calling thread: whoever has several gives it a band on each, as the peers get them.
+template <class Dst, class Src, class Ours>
+Measured<Dst, Src, Ours> oursOnCaller(const char* operation, Ours f) {
+    return {operation, Cut::caller, f};
 }
 
 /// A peer without threads: body(dst, src, first row, last row) on bands.
@@ -136,17 +186,22 @@ void registerAll() {
     const auto yv16ToUyvy = ours<UYVYImg, YV16Img>("YV16ToUYVY", [](auto& d, auto& s) { return C::YV16ToUYVY(d, s); });
     const auto yv16ToYuyv = ours<YUYVImg, YV16Img>("YV16ToYUYV", [](auto& d, auto& s) { return C::YV16ToYUYV(d, s); });
     const auto uyvyToYuyv = ours<YUYVImg, UYVYImg>("UYVYToYUYV", [](auto& d, auto& s) { return C::UYVYToYUYV(d, s); });
-    const auto yuyvToUyvy = ours<UYVYImg, YUYVImg>("YUYVToUYVY", [](auto& d, auto& s) { return C::YUYVToUYVY(d, s); });
+    const auto yuyvToUyvy =
+        oursOnCaller<UYVYImg, YUYVImg>("YUYVToUYVY", [](auto& d, auto& s) { return C::YUYVToUYVY(d, s); });
     const auto uyvyToBgr =
-        ours<BGRImg, UYVYImg>("UYVYToBGR", [](auto& d, auto& s) { return C::UYVYToBGR(d, s, false); });
+        oursOnCaller<BGRImg, UYVYImg>("UYVYToBGR", [](auto& d, auto& s) { return C::UYVYToBGR(d, s, false); });
     const auto i420ToBgr =
-        ours<BGRImg, I420Img>("I420ToBGR", [](auto& d, auto& s) { return C::I420ToBGR(d, s, false); });
+        oursOnCaller<BGRImg, I420Img>("I420ToBGR", [](auto& d, auto& s) { return C::I420ToBGR(d, s, false); });
     const auto bgrToUyvy =
-        ours<UYVYImg, BGRImg>("BGRToUYVY", [](auto& d, auto& s) { return C::BGRToUYVY(d, s, false); });
-    const auto uyvyToV216 = ours<V216Img, UYVYImg>("UYVYToV216", [](auto& d, auto& s) { return C::UYVYToV216(d, s); });
-    const auto v216ToUyvy = ours<UYVYImg, V216Img>("V216ToUYVY", [](auto& d, auto& s) { return C::V216ToUYVY(d, s); });
-    const auto v216ToHy16 = ours<HY16Img, V216Img>("V216ToHY16", [](auto& d, auto& s) { return C::V216ToHY16(d, s); });
-    const auto hy16ToV216 = ours<V216Img, HY16Img>("HY16ToV216", [](auto& d, auto& s) { return C::HY16ToV216(d, s); });
+        oursOnCaller<UYVYImg, BGRImg>("BGRToUYVY", [](auto& d, auto& s) { return C::BGRToUYVY(d, s, false); });
+    const auto uyvyToV216 =
+        oursOnCaller<V216Img, UYVYImg>("UYVYToV216", [](auto& d, auto& s) { return C::UYVYToV216(d, s); });
+    const auto v216ToUyvy =
+        oursOnCaller<UYVYImg, V216Img>("V216ToUYVY", [](auto& d, auto& s) { return C::V216ToUYVY(d, s); });
+    const auto v216ToHy16 =
+        oursOnCaller<HY16Img, V216Img>("V216ToHY16", [](auto& d, auto& s) { return C::V216ToHY16(d, s); });
+    const auto hy16ToV216 =
+        oursOnCaller<V216Img, HY16Img>("HY16ToV216", [](auto& d, auto& s) { return C::HY16ToV216(d, s); });
 
     // Calls of a C interface over rows [first, last): packed picture, then the planes, chroma rows divided by `half`.
     const auto unpack = [](auto call, int half, int cb = 1) {

@@ -1,6 +1,7 @@
 // Conversions to and from RGB and the 16-bit formats.
 #include "orvel/convert/convert_img.h"
 #include "orvel/convert/convert_planes.h"
+#include "orvel/img/working_set.h"
 #include "orvel/primitives/packed16.h"
 #include "orvel/primitives/rgb.h"
 #include "orvel/primitives/widen.h"
@@ -34,14 +35,16 @@ bool ConvertImg::UYVYToBGR(BGRImg& dst, const UYVYImg& src, bool alt) {
     if (!fitsInto(src, dst)) return false;
     const int width = src.getWidth(0), height = src.getHeight(0);
     return primitives::uyvyToBgr(corner<const std::uint8_t>(src, width, height, 2),
-                                 corner<std::uint8_t>(dst, width, height, 4), matrixFor(alt)) == Status::ok;
+                                 corner<std::uint8_t>(dst, width, height, 4), matrixFor(alt),
+                                 storesFor(src, dst)) == Status::ok;
 }
 
 bool ConvertImg::BGRToUYVY(UYVYImg& dst, const BGRImg& src, bool alt) {
     if (!fitsInto(src, dst)) return false;
     const int width = src.getWidth(0), height = src.getHeight(0);
     return primitives::bgrToUyvy(corner<const std::uint8_t>(src, width, height, 4),
-                                 corner<std::uint8_t>(dst, width, height, 2), matrixFor(alt)) == Status::ok;
+                                 corner<std::uint8_t>(dst, width, height, 2), matrixFor(alt),
+                                 storesFor(src, dst)) == Status::ok;
 }
 
 bool ConvertImg::I420ToBGR(BGRImg& dst, const I420Img& src, bool alt) {
@@ -50,14 +53,14 @@ bool ConvertImg::I420ToBGR(BGRImg& dst, const I420Img& src, bool alt) {
     const auto chroma = [&](int plane) { return part<const std::uint8_t>(src, plane, width / 2, 0, chromaHeight); };
     return primitives::planar420ToBgr(corner<const std::uint8_t>(src, width, height, 1), chroma(i420Chroma.cb),
                                       chroma(i420Chroma.cr), corner<std::uint8_t>(dst, width, height, 4),
-                                      matrixFor(alt)) == Status::ok;
+                                      matrixFor(alt), storesFor(src, dst)) == Status::ok;
 }
 
 bool ConvertImg::UYVYToV216(V216Img& dst, const UYVYImg& src) {
     if (!isWhole(src) || !isWhole(dst) || !fitsInto(src, dst)) return false;
     const int width = src.getWidth(0), height = src.getHeight(0);
     return primitives::widenShifted(corner<const std::uint8_t>(src, width, height, 2),
-                                    corner<std::uint16_t>(dst, width, height, 2)) == Status::ok;
+                                    corner<std::uint16_t>(dst, width, height, 2), storesFor(src, dst)) == Status::ok;
 }
 
 bool ConvertImg::V216ToUYVY(UYVYImg& dst, V216Img& src) {
@@ -71,8 +74,8 @@ bool ConvertImg::HY16ToV216(V216Img& dst, const HY16Img& src) {
     if (!isWhole(src) || !isWhole(dst) || !fitsInto(src, dst)) return false;
     const int width = src.getWidth(0), height = src.getHeight(0);
     const auto planes = planarBand<const std::uint16_t>(src, hy16Chroma, 1, width, 0, height);
-    return primitives::planarToPacked16(planes.y, planes.cb, planes.cr, corner<std::uint16_t>(dst, width, height, 2)) ==
-           Status::ok;
+    return primitives::planarToPacked16(planes.y, planes.cb, planes.cr, corner<std::uint16_t>(dst, width, height, 2),
+                                        storesFor(src, dst)) == Status::ok;
 }
 
 bool ConvertImg::V216ToHY16(HY16Img& dst, const V216Img& src) {
@@ -80,7 +83,7 @@ bool ConvertImg::V216ToHY16(HY16Img& dst, const V216Img& src) {
     const int width = src.getWidth(0), height = src.getHeight(0);
     const auto planes = planarBand<std::uint16_t>(dst, hy16Chroma, 1, width, 0, height);
     return primitives::packed16ToPlanar(corner<const std::uint16_t>(src, width, height, 2), planes.y, planes.cb,
-                                        planes.cr) == Status::ok;
+                                        planes.cr, storesFor(src, dst)) == Status::ok;
 }
 
 }  // namespace Orvel

@@ -42,17 +42,18 @@ PlanarBand<T> yv16(const Img& img, int width, Rows rows) {
 using In = const std::uint8_t;
 using Out = std::uint8_t;
 
-template <class F>
-Status unpack(F* primitive, PlaneView<In> from, const PlanarBand<Out>& to) {
-    return primitive(from, to.y, to.cb, to.cr);
+// How to store, where the primitive lets its caller say, comes last.
+template <class F, class... How>
+Status unpack(F* primitive, PlaneView<In> from, const PlanarBand<Out>& to, How... how) {
+    return primitive(from, to.y, to.cb, to.cr, how...);
 }
-template <class F>
-Status pack(F* primitive, const PlanarBand<In>& from, PlaneView<Out> to) {
-    return primitive(from.y, from.cb, from.cr, to);
+template <class F, class... How>
+Status pack(F* primitive, const PlanarBand<In>& from, PlaneView<Out> to, How... how) {
+    return primitive(from.y, from.cb, from.cr, to, how...);
 }
-template <class F>
-Status replane(F* primitive, const PlanarBand<In>& from, const PlanarBand<Out>& to) {
-    return primitive(from.y, from.cb, from.cr, to.y, to.cb, to.cr);
+template <class F, class... How>
+Status replane(F* primitive, const PlanarBand<In>& from, const PlanarBand<Out>& to, How... how) {
+    return primitive(from.y, from.cb, from.cr, to.y, to.cb, to.cr, how...);
 }
 
 }  // namespace
@@ -60,22 +61,24 @@ Status replane(F* primitive, const PlanarBand<In>& from, const PlanarBand<Out>& 
 void ConvertImg::CUYVYToI420_progressive::operator()(const Units& pairs) const {
     const Rows rows(pairs, 2);
     const int width = src_->getWidth(0);
-    require(unpack(primitives::uyvyToPlanar420, packed<In>(*src_, width, rows), i420<Out>(*dst_, width, rows)),
+    require(unpack(primitives::uyvyToPlanar420, packed<In>(*src_, width, rows), i420<Out>(*dst_, width, rows),
+                   storesFor(*src_, *dst_)),
             "ippiCbYCr422ToYCbCr420_8u_C2P3R failed");
 }
 
 void ConvertImg::CUYVYToI420_interlaced::operator()(const Units& groups) const {
     const Rows rows(groups, 4);
     const int width = src_->getWidth(0);
-    require(
-        unpack(primitives::uyvyToPlanar420Interlaced, packed<In>(*src_, width, rows), i420<Out>(*dst_, width, rows)),
-        "ippiCbYCr422ToYCbCr420_Interlace_8u_C2P3R failed");
+    require(unpack(primitives::uyvyToPlanar420Interlaced, packed<In>(*src_, width, rows), i420<Out>(*dst_, width, rows),
+                   storesFor(*src_, *dst_)),
+            "ippiCbYCr422ToYCbCr420_Interlace_8u_C2P3R failed");
 }
 
 void ConvertImg::CUYVYToYV16::operator()(const Units& units) const {
     const Rows rows(units, 1);
     const int width = src_->getWidth(0);
-    require(unpack(primitives::uyvyToPlanar422, packed<In>(*src_, width, rows), yv16<Out>(*dst_, width, rows)),
+    require(unpack(primitives::uyvyToPlanar422, packed<In>(*src_, width, rows), yv16<Out>(*dst_, width, rows),
+                   storesFor(*src_, *dst_)),
             "ippiCbYCr422ToYCbCr422_8u_C2P3R failed");
 }
 
@@ -90,35 +93,40 @@ void ConvertImg::CUYVYToYUYV::operator()(const Units& units) const {
 void ConvertImg::CYUYVToI420_progressive::operator()(const Units& pairs) const {
     const Rows rows(pairs, 2);
     const int width = src_->getWidth(0);
-    require(unpack(primitives::yuyvToPlanar420, packed<In>(*src_, width, rows), i420<Out>(*dst_, width, rows)),
+    require(unpack(primitives::yuyvToPlanar420, packed<In>(*src_, width, rows), i420<Out>(*dst_, width, rows),
+                   storesFor(*src_, *dst_)),
             "ippiYCbCr422ToYCbCr420_8u_C2P3R failed");
 }
 
 void ConvertImg::CYUYVToYV16::operator()(const Units& units) const {
     const Rows rows(units, 1);
     const int width = src_->getWidth(0);
-    require(unpack(primitives::yuyvToPlanar422, packed<In>(*src_, width, rows), yv16<Out>(*dst_, width, rows)),
+    require(unpack(primitives::yuyvToPlanar422, packed<In>(*src_, width, rows), yv16<Out>(*dst_, width, rows),
+                   storesFor(*src_, *dst_)),
             "ippiYCbCr422_8u_C2P3R failed");
 }
 
 void ConvertImg::CI420ToUYVY_progressive::operator()(const Units& pairs) const {
     const Rows rows(pairs, 2);
     const int width = src_->getWidth(0);
-    require(pack(primitives::planar420ToUyvy, i420<In>(*src_, width, rows), packed<Out>(*dst_, width, rows)),
+    require(pack(primitives::planar420ToUyvy, i420<In>(*src_, width, rows), packed<Out>(*dst_, width, rows),
+                 storesFor(*src_, *dst_)),
             "ippiYCrCb420ToCbYCr422_8u_P3C2R failed");
 }
 
 void ConvertImg::CI420ToYUYV_progressive::operator()(const Units& pairs) const {
     const Rows rows(pairs, 2);
     const int width = src_->getWidth(0);
-    require(pack(primitives::planar420ToYuyv, i420<In>(*src_, width, rows), packed<Out>(*dst_, width, rows)),
+    require(pack(primitives::planar420ToYuyv, i420<In>(*src_, width, rows), packed<Out>(*dst_, width, rows),
+                 storesFor(*src_, *dst_)),
             "ippiYCrCb420ToYCbCr422_8u_P3C2R failed");
 }
 
 void ConvertImg::CI420ToYV16_progressive::operator()(const Units& pairs) const {
     const Rows rows(pairs, 2);
     const int width = src_->getWidth(0);
-    require(replane(primitives::planar420ToPlanar422, i420<In>(*src_, width, rows), yv16<Out>(*dst_, width, rows)),
+    require(replane(primitives::planar420ToPlanar422, i420<In>(*src_, width, rows), yv16<Out>(*dst_, width, rows),
+                    storesFor(*src_, *dst_)),
             "ippiYCbCr420ToYCbCr422_8u_P3R failed");
 }
 
@@ -133,14 +141,16 @@ void ConvertImg::CI420ToYV16_interlaced::operator()(const Units& groups) const {
 void ConvertImg::CYV16ToYUYV::operator()(const Units& units) const {
     const Rows rows(units, 1);
     const int width = src_->getWidth(0);
-    require(pack(primitives::planar422ToYuyv, yv16<In>(*src_, width, rows), packed<Out>(*dst_, width, rows)),
+    require(pack(primitives::planar422ToYuyv, yv16<In>(*src_, width, rows), packed<Out>(*dst_, width, rows),
+                 storesFor(*src_, *dst_)),
             "ippiYCbCr422_8u_P3C2R failed");
 }
 
 void ConvertImg::CYV16ToUYVY::operator()(const Units& units) const {
     const Rows rows(units, 1);
     const int width = src_->getWidth(0);
-    require(pack(primitives::planar422ToUyvy, yv16<In>(*src_, width, rows), packed<Out>(*dst_, width, rows)),
+    require(pack(primitives::planar422ToUyvy, yv16<In>(*src_, width, rows), packed<Out>(*dst_, width, rows),
+                 storesFor(*src_, *dst_)),
             "ippiYCbCr422ToCbYCr422_8u_P3C2R failed");
 }
 

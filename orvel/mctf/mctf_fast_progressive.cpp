@@ -2,8 +2,6 @@
 
 #include <exception>
 
-#include "orvel/img/img_kernels.h"
-#include "orvel/img/parallel_rows.h"
 #include "orvel/mctf/block_grid.h"
 
 namespace Orvel {
@@ -84,16 +82,11 @@ bool MCTFFastProgressive<T>::filterPicture(T& out, T& cur, T& ref) {
     MEData* motion = this->motionEstimate_.getMEData();
     motionCompensate_.setRefPic(&ref);
     if (!motionCompensate_.process(&prediction_, motion, false)) return false;
-    if (!picData_.measureAndFilter(out, prediction_, *motion, this->params_.strength, prevNoise_)) return false;
+    const std::int32_t writeBack = (writeBack_ + 1) % 2;
+    if (!picData_.measureAndFilter(out, prediction_, *motion, this->params_.strength, prevNoise_, writeBack != 0))
+        return false;
     prevNoise_ = picData_.getNoiseFigure();
-    writeBack_ = (writeBack_ + 1) % 2;
-    return writeBack_ == 0 || writeBack(out, cur);
-}
-
-template <class T>
-bool MCTFFastProgressive<T>::writeBack(T& out, T& cur) {
-    for (int p = 0; p < cur.numPlanes(); ++p)
-        if (!parallelRows(cur.getHeight(p), Img::CCopyU8(&cur, &out, p))) return false;
+    writeBack_ = writeBack;
     return true;
 }
 

@@ -24,7 +24,6 @@ public:
 private:
     bool fits(const T& img) const noexcept;
     bool filterPicture(T& out, T& cur, T& ref);
-    bool writeBack(T& out, T& cur);
 
     MotionCompensateImg<T> motionCompensate_;
     T prediction_;

@@ -191,12 +191,13 @@ void MotionEstimateBlk<T>::ringCosts(const MEBlockData& centre, tagPOINT pos, st
     if (((centre.mvx | centre.mvy) & 3) == 0)
         return ringSads_(cur, cur_.step, frame, pos.x + (centre.mvx >> 2), pos.y + (centre.mvy >> 2), sads);
     // The neighbours of a fraction, which a search never asks for, share no samples worth sharing.
+    const primitives::Sad8x8 sad = primitives::sad8x8();
     for (const tagPOINT& neighbour : halfRing) {
         std::uint8_t block[blockSide * blockSide];
         static_cast<void>(primitives::interpolateLuma(frame, pos.x, pos.y, centre.mvx + neighbour.x,
                                                       centre.mvy + neighbour.y,
                                                       {block, blockSide, blockSide, blockSide}));
-        static_cast<void>(primitives::sad8x8(cur, cur_.step, block, blockSide, *sads++));
+        sad(cur, cur_.step, block, blockSide, *sads++);
     }
 }
 

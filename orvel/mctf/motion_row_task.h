@@ -1,7 +1,8 @@
 #pragma once
 #include <algorithm>
 #include <atomic>
-#include <thread>
+
+#include "orvel/sys/wait_briefly.h"
 
 namespace Orvel {
 
@@ -37,16 +38,11 @@ public:
 
 private:
     int waitUntilDone(int needed) const noexcept {
-        // The row above is usually a few blocks away, far less than going to sleep and waking up takes; and where its
-        // thread waits for a core, it gets this one.
+        // The row above is usually a few blocks away.
         int done = 0;
-        for (int spin = 0; spin < 2000; ++spin)
-            if ((done = done_.load(std::memory_order_acquire)) >= needed) return done;
-        for (int turn = 0; turn < 100; ++turn) {
-            std::this_thread::yield();
-            if ((done = done_.load(std::memory_order_acquire)) >= needed) return done;
-        }
-        while ((done = done_.load(std::memory_order_acquire)) < needed) done_.wait(done, std::memory_order_acquire);
+        const auto enough = [&] { return (done = done_.load(std::memory_order_acquire)) >= needed; };
+        if (OrvelSys::waitBriefly(enough)) return done;
+        while (!enough()) done_.wait(done, std::memory_order_acquire);
         return done;
     }
 

@@ -255,6 +255,17 @@ void PicData::copyBelowBlocks(I420Img& out) const {
             static_cast<void>(primitives::copy(strip, grid.below(planeView<std::uint8_t>(out, p), p)));
 }
 
+/// Copies a row of blocks; all else in out is this picture's in any case.
+void PicData::takeRow(int row, const I420Img& out) {
+    for (int p = 0; p < 3; ++p) {
+        const int side = BlockGrid::side(p);
+        const auto blocks = [&](auto plane) { return runOf(plane, side, row, 0, static_cast<std::size_t>(blkCols_)); };
+        require(
+            primitives::copy(blocks(planeView<const std::uint8_t>(out, p)), blocks(planeView<std::uint8_t>(*this, p))),
+            "ippiCopy_8u_C1R failed");
+    }
+}
+
 bool PicData::filterPic(I420Img& out, I420Img& pred, int base, float noise) {
     if (!fits(out, pred)) return false;
     setStrength(base, noise);
@@ -264,7 +275,7 @@ bool PicData::filterPic(I420Img& out, I420Img& pred, int base, float noise) {
     return calculatePictureNoise();
 }
 
-bool PicData::measureAndFilter(I420Img& out, I420Img& pred, const MEData& motion, int base, float noise) {
+bool PicData::measureAndFilter(I420Img& out, I420Img& pred, const MEData& motion, int base, float noise, bool keep) {
     if (!fits(out, pred) || motion.numBlocks() < std::int64_t{blkCols_} * blkRows_) return false;
     setStrength(base, noise);
     const BlockGrid grid{blkCols_, blkRows_};
@@ -281,6 +292,7 @@ bool PicData::measureAndFilter(I420Img& out, I420Img& pred, const MEData& motion
             measureBlockiness(one);
             blend(one);
             measureNoise(row);
+            if (keep) takeRow(row, out);  // which nothing reads any more
         }
     };
     if (!parallelRows(blkRows_, allSteps)) return false;

@@ -55,8 +55,10 @@ public:
     [[nodiscard]] bool filterPic(I420Img& out, I420Img& pred, int base, float noise);
     /// All of the above in one pass over the rows, each of them while it is in the caches: maps the motion, measures
     /// activity and blockiness, and does what filterPic() does.
+    /// @param keep whether this picture takes the pixels of out.
     /// @return false also when motion has fewer blocks.
-    [[nodiscard]] bool measureAndFilter(I420Img& out, I420Img& pred, const MEData& motion, int base, float noise);
+    [[nodiscard]] bool measureAndFilter(I420Img& out, I420Img& pred, const MEData& motion, int base, float noise,
+                                        bool keep = false);
     /// Measures the noise of every block and from that, over the blocks that are not almost flat, the noise figure.
     [[nodiscard]] bool calculatePictureNoise();
     /// Measures the noise of the blocks in one row of the grid. It is the smaller one of what the motion match left and
@@ -75,6 +77,7 @@ private:
     void setStrength(int base, float noise) noexcept;
     void copyBelowBlocks(I420Img& out) const;
     void measureNoise(int row);
+    void takeRow(int row, const I420Img& out);
     float noiseOfBusyBlocks() const noexcept;
 
     std::unique_ptr<BlockData[]> blocks_;

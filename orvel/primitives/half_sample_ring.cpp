@@ -2,7 +2,6 @@
 
 #include "orvel/primitives/clamped_window.h"
 #include "orvel/primitives/interpolate_luma.h"
-#include "orvel/primitives/sad.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "orvel/primitives/half_sample_ring.cpp"
@@ -10,6 +9,7 @@
 #include <hwy/highway.h>
 #include "orvel/primitives/byte_differences_inl.h"
 #include "orvel/primitives/luma_halves_inl.h"
+#include "orvel/primitives/sad_inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
@@ -17,11 +17,12 @@ namespace Orvel::primitives::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_SCALAR
 
 void ringSads(const std::uint8_t* cur, std::ptrdiff_t curStep, ConstViewU8 ref, int x, int y, std::int32_t* sads) {
+    const SadBlock current(cur, curStep);
     for (int i = 0; i < halfRingSize; ++i) {
         const int place = i < 4 ? i : i + 1;  // in a square of nine, the middle one left out
         std::uint8_t block[64];
         static_cast<void>(interpolateLuma(ref, x, y, 2 * (place % 3 - 1), 2 * (place / 3 - 1), {block, 8, 8, 8}));
-        static_cast<void>(sad8x8(cur, curStep, block, 8, sads[i]));
+        sads[i] = sadOf(current, block, 8);
     }
 }
 
@@ -110,26 +111,25 @@ HWY_INLINE RingSums ringSums(const CurrentBlock& cur, const std::uint8_t* side, 
             pairSads(cur, [&](int y) HWY_ATTR { return straight.below(y); })};
 }
 
-/// Writes the sums of the blocks of two pairs: the first ones, then the second ones.
-HWY_INLINE void storeSums(V64x2 a0, V64x2 b0, V64x2 a1, V64x2 b1, std::uint32_t* sums) {
+using D32x4 = hn::Full128<std::int32_t>;
+
+/// The sums of four blocks, in the order of the arguments.
+HWY_INLINE hn::Vec<D32x4> fourSums(V64x2 a, V64x2 b, V64x2 c, V64x2 d) {
     const D64x2 d64;
-    // The sums of a and of b share 64-bit lanes, so that the same additions serve both.
-    const auto first = hn::Or(a0, hn::ShiftLeft<32>(b0)), second = hn::Or(a1, hn::ShiftLeft<32>(b1));
-    const auto both = hn::Add(hn::InterleaveLower(d64, first, second), hn::InterleaveUpper(d64, first, second));
-    const hn::Repartition<std::uint32_t, D64x2> d32;
-    hn::StoreU(hn::BitCast(d32, both), d32, sums);
+    // Two blocks' sums share 64-bit lanes, so that the same additions serve both.
+    const auto ab = hn::Or(a, hn::ShiftLeft<32>(b)), cd = hn::Or(c, hn::ShiftLeft<32>(d));
+    return hn::BitCast(D32x4(), hn::Add(hn::InterleaveLower(d64, ab, cd), hn::InterleaveUpper(d64, ab, cd)));
 }
 
 /// first and second: where to find the blocks of that rank, in the lower half and in the upper one.
 HWY_INLINE void storeRing(const RingSums& first, const RingSums& second, std::int32_t* sads) {
-    std::uint32_t corners[4], others[4];
-    storeSums(lowerHalf(first.above), lowerHalf(first.below), upperHalf(second.above), upperHalf(second.below),
-              corners);
-    storeSums(lowerHalf(first.beside), lowerHalf(first.straight), upperHalf(second.beside), upperHalf(second.straight),
-              others);
-    const auto put = [sads](int i, std::uint32_t sum) { sads[i] = static_cast<std::int32_t>(sum); };
-    put(0, corners[0]), put(5, corners[1]), put(2, corners[2]), put(7, corners[3]);
-    put(3, others[0]), put(1, others[1]), put(4, others[2]), put(6, others[3]);
+    // In the ring's order even and odd places take turns between the corners and the others, but for the middle.
+    const auto corners = fourSums(lowerHalf(first.above), lowerHalf(first.below), upperHalf(second.above),
+                                  upperHalf(second.below));  // places 0, 5, 2, 7
+    const auto others = fourSums(upperHalf(second.beside), lowerHalf(first.straight), upperHalf(second.straight),
+                                 lowerHalf(first.beside));  // places 4, 1, 6, 3
+    hn::StoreU(hn::OddEven(others, corners), D32x4(), sads);
+    hn::StoreU(hn::OddEven(corners, others), D32x4(), sads + 4);
 }
 
 void ringSads(const std::uint8_t* cur, std::ptrdiff_t curStep, ConstViewU8 ref, int x, int y, std::int32_t* sads) {

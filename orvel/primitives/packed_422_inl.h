@@ -12,6 +12,7 @@
 
 #include "orvel/primitives/packed_422.h"
 #include "orvel/primitives/row_loop_inl.h"
+#include "orvel/primitives/stores_inl.h"
 
 // Taking packed 4:2:2 rows apart and putting them together in registers. Everything counts in pixel pairs: a vector d
 // of N byte lanes serves N pairs, that is 4N packed bytes, 2N luma and N + N chroma samples. The functions hold for N =
@@ -111,11 +112,12 @@ HWY_INLINE SplitPairs<D> loadSplit(D d, const std::uint8_t* p) {
         return {evenLanes(d, v1, v0), evenLanes(d, v3, v2), oddLanes(d, v1, v0), oddLanes(d, v3, v2)};
 }
 
-/// Stores the 2N luma samples of the pairs.
-template <class D>
+/// Stores the 2N luma samples of the pairs. Where luma is streamed, chroma is not: several streams side by side get in
+/// each other's way, and the cache that luma leaves alone has room for chroma.
+template <Stores stores, class D>
 HWY_INLINE void storeLuma(D d, const SplitPairs<D>& pairs, std::uint8_t* y) {
-    hn::StoreU(pairs.luma0, d, y);
-    hn::StoreU(pairs.luma1, d, y + hn::Lanes(d));
+    put<stores>(pairs.luma0, d, y);
+    put<stores>(pairs.luma1, d, y + hn::Lanes(d));
 }
 
 /// Stores N Cb and N Cr samples; chroma0 and chroma1 are those of loadSplit, or made of several such lane by lane.
@@ -144,14 +146,14 @@ HWY_INLINE void storeChroma(D d, hn::Vec<D> chroma0, hn::Vec<D> chroma1, std::ui
 }
 
 /// Packs 2N luma samples at y, Cb and Cr to 4N bytes at out.
-template <PackedLayout layout, class D>
+template <PackedLayout layout, Stores stores, class D>
 HWY_INLINE void storePacked(D d, const std::uint8_t* y, hn::Vec<D> cb, hn::Vec<D> cr, std::uint8_t* out) {
     const std::size_t n = hn::Lanes(d);
     const auto chroma = interleaved(d, cb, cr);
     const auto store = [=](auto luma, auto color, std::uint8_t* to) HWY_ATTR {
         const auto bytes = layout == PackedLayout::uyvy ? interleaved(d, color, luma) : interleaved(d, luma, color);
-        hn::StoreU(bytes.lo, d, to);
-        hn::StoreU(bytes.hi, d, to + n);
+        put<stores>(bytes.lo, d, to);
+        put<stores>(bytes.hi, d, to + n);
     };
     store(hn::LoadU(d, y), chroma.lo, out);
     store(hn::LoadU(d, y + n), chroma.hi, out + 2 * n);
@@ -174,11 +176,17 @@ HWY_INLINE void packOddPixel(const std::uint8_t* y, std::uint8_t* packed, int wi
 }
 
 /// Puts a whole row of width luma and width / 2 + width / 2 chroma samples together.
-template <PackedLayout layout>
+template <PackedLayout layout, Stores stores>
 HWY_INLINE void packRow(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr, std::uint8_t* packed,
                         int width) {
     forEachRun<std::uint8_t>(width / 2, [=](auto d, int pair) HWY_ATTR {
-        storePacked<layout>(d, y + 2 * pair, hn::LoadU(d, cb + pair), hn::LoadU(d, cr + pair), packed + 4 * pair);
+        if constexpr (stores == Stores::streaming) {
+            prefetchAhead(y + 2 * pair, 2 * hn::Lanes(d));
+            prefetchAhead(cb + pair, hn::Lanes(d));
+            prefetchAhead(cr + pair, hn::Lanes(d));
+        }
+        storePacked<layout, stores>(d, y + 2 * pair, hn::LoadU(d, cb + pair), hn::LoadU(d, cr + pair),
+                                    packed + 4 * pair);
     });
     packOddPixel<layout>(y, packed, width);
 }

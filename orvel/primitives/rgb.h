@@ -1,6 +1,7 @@
 #pragma once
 #include "orvel/primitives/plane_view.h"
 #include "orvel/primitives/status.h"
+#include "orvel/primitives/stores.h"
 
 namespace Orvel::primitives {
 
@@ -16,14 +17,16 @@ enum class RgbMatrix {
 // serves its pair or square of pixels, and greys stay exactly neutral.
 
 /// A = 255. The last pixel of an odd row takes the chroma of the pair before it; a single column is grey.
-Status uyvyToBgr(ConstViewU8 uyvy, ViewU8 bgr, RgbMatrix matrix = RgbMatrix::bt601) noexcept;
+Status uyvyToBgr(ConstViewU8 uyvy, ViewU8 bgr, RgbMatrix matrix = RgbMatrix::bt601,
+                 Stores stores = Stores::cached) noexcept;
 
 /// The same from planar 4:2:0 with chroma planes of floor(W/2) x ceil(H/2) samples, row y / 2 serving row y. With W = 1
 /// the chroma views may be empty.
-Status planar420ToBgr(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 bgr,
-                      RgbMatrix matrix = RgbMatrix::bt601) noexcept;
+Status planar420ToBgr(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 bgr, RgbMatrix matrix = RgbMatrix::bt601,
+                      Stores stores = Stores::cached) noexcept;
 
 /// Chroma comes from the mean of the two pixels, A is ignored. The last pixel of an odd row writes its U and Y alone.
-Status bgrToUyvy(ConstViewU8 bgr, ViewU8 uyvy, RgbMatrix matrix = RgbMatrix::bt601) noexcept;
+Status bgrToUyvy(ConstViewU8 bgr, ViewU8 uyvy, RgbMatrix matrix = RgbMatrix::bt601,
+                 Stores stores = Stores::cached) noexcept;
 
 }  // namespace Orvel::primitives

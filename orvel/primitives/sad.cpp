@@ -9,8 +9,11 @@
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
 
-std::int32_t sadOne(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t* ref, std::ptrdiff_t refStep) {
-    return sadOf(SadBlock(cur, curStep), ref, refStep);
+bool sadOne(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t* ref, std::ptrdiff_t refStep,
+            std::int32_t& sad) {
+    if (cur == nullptr || ref == nullptr) return false;
+    sad = sadOf(SadBlock(cur, curStep), ref, refStep);
+    return true;
 }
 
 void sadList(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t* const* refs, std::ptrdiff_t refStep,
@@ -18,6 +21,10 @@ void sadList(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t
     const SadBlock block(cur, curStep);
     for (; n >= 4; n -= 4, refs += 4, sads += 4) fourSads(block, refs[0], refs[1], refs[2], refs[3], refStep, sads);
     for (; n > 0; --n) *sads++ = sadOf(block, *refs++, refStep);
+}
+
+Sad8x8 sadOneOfThisTarget() {
+    return &sadOne;
 }
 
 Sad8x8List sadListOfThisTarget() {
@@ -30,19 +37,17 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace Orvel::primitives {
 
-HWY_EXPORT(sadOne);
+HWY_EXPORT(sadOneOfThisTarget);
 HWY_EXPORT(sadListOfThisTarget);
 
-Sad8x8List sad8x8List() noexcept {
-    // Asked through a call: the dispatch table's own entry may still be the one that looks the machine over first.
-    return HWY_DYNAMIC_DISPATCH(sadListOfThisTarget)();
+// Asked through calls: the dispatch tables' own entries may still be those that look the machine over first.
+
+Sad8x8 sad8x8() noexcept {
+    return HWY_DYNAMIC_DISPATCH(sadOneOfThisTarget)();
 }
 
-Status sad8x8(const std::uint8_t* cur, std::ptrdiff_t curStep, const std::uint8_t* ref, std::ptrdiff_t refStep,
-              std::int32_t& sad) noexcept {
-    if (cur == nullptr || ref == nullptr) return Status::nullPointer;
-    sad = HWY_DYNAMIC_DISPATCH(sadOne)(cur, curStep, ref, refStep);
-    return Status::ok;
+Sad8x8List sad8x8List() noexcept {
+    return HWY_DYNAMIC_DISPATCH(sadListOfThisTarget)();
 }
 
 }  // namespace Orvel::primitives

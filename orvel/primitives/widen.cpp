@@ -6,7 +6,9 @@
 #define HWY_TARGET_INCLUDE "orvel/primitives/widen.cpp"
 #include <hwy/foreach_target.h>  // re-includes this file once per target
 #include <hwy/highway.h>
+#include "orvel/primitives/dealt_blocks_inl.h"
 #include "orvel/primitives/row_loop_inl.h"
+#include "orvel/primitives/stores_inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
@@ -37,9 +39,30 @@ void widenRows(ConstViewU8 src, ViewU16 dst) {
     forEachRow(src, dst, [](auto d, auto in, auto out) HWY_ATTR { hn::StoreU(loadWide(d, in), d, out); });
 }
 
-void widenShiftedRows(ConstViewU8 src, ViewU16 dst) {
-    forEachRow(src, dst,
-               [](auto d, auto in, auto out) HWY_ATTR { hn::StoreU(hn::ShiftLeft<8>(loadWide(d, in)), d, out); });
+template <Stores stores>
+HWY_INLINE void widenShiftedRow(const std::uint8_t* in, std::uint16_t* out, int width) {
+    int x = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const hn::ScalableTag<std::uint8_t> d8;
+    const hn::Repartition<std::uint16_t, decltype(d8)> d16;
+    const int n = static_cast<int>(hn::Lanes(d8));
+    const auto zero = hn::Zero(d8);
+    for (; x + n <= width; x += n) {
+        const auto high = loadDealtEights(d8, in + x);
+        put<stores>(hn::BitCast(d16, hn::InterleaveLower(d8, zero, high)), d16, out + x);
+        put<stores>(hn::BitCast(d16, hn::InterleaveUpper(d8, zero, high)), d16, out + x + n / 2);
+    }
+#endif
+    forEachRun<std::uint16_t>(width - x, [=](auto d, int i) HWY_ATTR {
+        hn::StoreU(hn::ShiftLeft<8>(loadWide(d, in + x + i)), d, out + x + i);
+    });
+}
+
+void widenShiftedRows(ConstViewU8 src, ViewU16 dst, Stores stores) {
+    const auto rows = [&](auto how) HWY_ATTR {
+        for (int y = 0; y < dst.height; ++y) widenShiftedRow<how()>(src.row(y), dst.row(y), dst.width);
+    };
+    withStores(stores, rows, dst);
 }
 
 void narrowRows(ConstViewU16 src, ViewU8 dst) {
@@ -95,9 +118,9 @@ Status widen(ConstViewU8 src, ViewU16 dst) noexcept {
     return Status::ok;
 }
 
-Status widenShifted(ConstViewU8 src, ViewU16 dst) noexcept {
+Status widenShifted(ConstViewU8 src, ViewU16 dst, Stores stores) noexcept {
     if (const Status fault = checkSameSize(dst, src); fault != Status::ok) return fault;
-    HWY_DYNAMIC_DISPATCH(widenShiftedRows)(src, dst);
+    HWY_DYNAMIC_DISPATCH(widenShiftedRows)(src, dst, stores);
     return Status::ok;
 }
 

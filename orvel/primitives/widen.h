@@ -1,6 +1,7 @@
 #pragma once
 #include "orvel/primitives/plane_view.h"
 #include "orvel/primitives/status.h"
+#include "orvel/primitives/stores.h"
 
 namespace Orvel::primitives {
 
@@ -18,7 +19,7 @@ Status shiftLeft(ConstViewU16 src, int bits, ViewU16 dst) noexcept;
 Status shiftRight(ConstViewU16 src, int bits, ViewU16 dst) noexcept;
 
 /// dst = src << 8: widen and shiftLeft by 8 in one pass.
-Status widenShifted(ConstViewU8 src, ViewU16 dst) noexcept;
+Status widenShifted(ConstViewU8 src, ViewU16 dst, Stores stores = Stores::cached) noexcept;
 /// dst = src >> 8, and the low byte of every source sample becomes 0: what shiftRight by 8, narrow and shiftLeft by 8
 /// leave behind, in one pass.
 Status narrowHighByteClearing(ViewU16 src, ViewU8 dst) noexcept;

@@ -1,8 +1,6 @@
 #include "orvel/primitives/yuv420.h"
 
-#include <cstring>
-
-#include "orvel/primitives/fill.h"
+#include "orvel/primitives/join_rows.h"
 #include "orvel/primitives/packed_422.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -10,44 +8,69 @@
 #include <hwy/foreach_target.h>  // re-includes this file once per target
 #include <hwy/highway.h>
 #include "orvel/primitives/packed_422_inl.h"
+#include "orvel/primitives/reduce_rows_inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
 
-/// One pass over two packed rows makes their luma and the chroma row between them.
+/// Copies width bytes to each of the rows out.
+template <Stores stores, class... Out>
+HWY_INLINE void copyRow(const std::uint8_t* src, int width, Out*... out) {
+    forEachLine<std::uint8_t>(width, [=](auto d, int x, auto vectors) HWY_ATTR {
+        const int n = static_cast<int>(hn::Lanes(d));
+        if constexpr (stores == Stores::streaming) prefetchAhead(src + x, vectors() * hn::Lanes(d));
+        hn::Vec<decltype(d)> v[vectors()];
+        for (int i = 0; i < vectors(); ++i) v[i] = hn::LoadU(d, src + x + i * n);
+        const auto putTo = [&](std::uint8_t* to) HWY_ATTR {
+            for (int i = 0; i < vectors(); ++i) put<stores>(v[i], d, to + x + i * n);
+        };
+        (..., putTo(out));
+    });
+}
+
 template <PackedLayout layout>
-HWY_INLINE void reduceRows(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) {
-    for (int k = 0; k < y.height / 2; ++k) {
-        const std::uint8_t *in0 = packed.row(2 * k), *in1 = packed.row(2 * k + 1);
-        std::uint8_t *y0 = y.row(2 * k), *y1 = y.row(2 * k + 1), *u = cb.row(k), *v = cr.row(k);
-        forEachRun<std::uint8_t>(y.width / 2, [=](auto d, int pair) HWY_ATTR {
-            const auto upper = loadSplit<layout>(d, in0 + 4 * pair), lower = loadSplit<layout>(d, in1 + 4 * pair);
-            storeLuma(d, upper, y0 + 2 * pair);
-            storeLuma(d, lower, y1 + 2 * pair);
-            storeChroma(d, hn::AverageRound(upper.chroma0, lower.chroma0),
-                        hn::AverageRound(upper.chroma1, lower.chroma1), u + pair, v + pair);
-        });
-        unpackOddPixel<layout>(in0, y0, y.width);
-        unpackOddPixel<layout>(in1, y1, y.width);
-    }
+HWY_INLINE void reduceToMeans(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
+    const auto rowsOf = [](int k) HWY_ATTR { return RowPair{2 * k, 2 * k + 1}; };
+    const auto mean = [](auto a, auto b) HWY_ATTR { return hn::AverageRound(a, b); };
+    reduceRows<layout, Pairing::neighbours>(y.height / 2, rowsOf, mean, packed, y, cb, cr, stores);
 }
 
 /// One packed row at a time: the chroma row is still in the nearest cache when it is needed again, and a single stream
 /// of stores runs faster than two side by side.
 template <PackedLayout layout>
-HWY_INLINE void enlargeRows(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) {
-    for (int i = 0; i < y.height / 2 * 2; ++i)
-        packRow<layout>(y.row(i), cb.row(i / 2), cr.row(i / 2), packed.row(i), y.width);
+HWY_INLINE void enlargeRows(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) {
+    const auto rows = [&](auto how) HWY_ATTR {
+        for (int i = 0; i < y.height / 2 * 2; ++i)
+            packRow<layout, how()>(y.row(i), cb.row(i / 2), cr.row(i / 2), packed.row(i), y.width);
+    };
+    withStores(stores, rows, packed);
 }
 
-void reducePicture(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) {
-    const auto rows = layout == PackedLayout::uyvy ? reduceRows<PackedLayout::uyvy> : reduceRows<PackedLayout::yuyv>;
-    rows(packed, y, cb, cr);
+void reducePicture(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
+    const auto reduce =
+        layout == PackedLayout::uyvy ? reduceToMeans<PackedLayout::uyvy> : reduceToMeans<PackedLayout::yuyv>;
+    reduce(packed, y, cb, cr, stores);
 }
 
-void enlargePicture(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) {
+void enlargePicture(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) {
     const auto rows = layout == PackedLayout::uyvy ? enlargeRows<PackedLayout::uyvy> : enlargeRows<PackedLayout::yuyv>;
-    rows(y, cb, cr, packed);
+    rows(y, cb, cr, packed, stores);
+}
+
+/// Rows 2k and 2k + 1 of dst become row k of src.
+void repeatRows(ConstViewU8 src, ViewU8 dst, int rows, Stores stores) {
+    const auto pairs = [&](auto how) HWY_ATTR {
+        for (int k = 0; k < rows / 2; ++k) copyRow<how()>(src.row(k), dst.width, dst.row(2 * k), dst.row(2 * k + 1));
+    };
+    withStores(stores, pairs, dst);
+}
+
+/// src and dst are equally large.
+void copyRows(ConstViewU8 src, ViewU8 dst, Stores stores) {
+    const auto rows = [&](auto how) HWY_ATTR {
+        for (int y = 0; y < dst.height; ++y) copyRow<how()>(src.row(y), dst.width, dst.row(y));
+    };
+    withStores(stores, rows, dst);
 }
 
 }  // namespace Orvel::primitives::HWY_NAMESPACE
@@ -57,6 +80,8 @@ HWY_AFTER_NAMESPACE();
 namespace Orvel::primitives {
 HWY_EXPORT(reducePicture);
 HWY_EXPORT(enlargePicture);
+HWY_EXPORT(repeatRows);
+HWY_EXPORT(copyRows);
 
 namespace {
 
@@ -73,48 +98,46 @@ Status check(const Packed& packed, const Plane& y, const Plane& cb, const Plane&
     return fits ? Status::ok : Status::badSize;
 }
 
-Status reduce(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) {
+Status reduce(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
     if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
-    HWY_DYNAMIC_DISPATCH(reducePicture)(layout, packed, y, cb, cr);
+    HWY_DYNAMIC_DISPATCH(reducePicture)(layout, packed, y, cb, cr, stores);
     return answerFor(evenPart(y.height), y.height);
 }
 
-Status enlarge(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) {
+Status enlarge(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) {
     if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
-    HWY_DYNAMIC_DISPATCH(enlargePicture)(layout, y, cb, cr, packed);
+    HWY_DYNAMIC_DISPATCH(enlargePicture)(layout, y, cb, cr, packed, stores);
     return answerFor(evenPart(y.height), y.height);
-}
-
-/// Rows 2k and 2k + 1 of dst become row k of src. Each source row is still in the cache when it is copied again.
-void repeatRows(ConstViewU8 src, ViewU8 dst, int rows) {
-    for (int y = 0; y < rows; ++y) std::memcpy(dst.row(y), src.row(y / 2), std::size_t(dst.width));
 }
 
 }  // namespace
 
-Status uyvyToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept {
-    return reduce(PackedLayout::uyvy, packed, y, cb, cr);
+Status uyvyToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) noexcept {
+    return reduce(PackedLayout::uyvy, packed, y, cb, cr, stores);
 }
-Status yuyvToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept {
-    return reduce(PackedLayout::yuyv, packed, y, cb, cr);
+Status yuyvToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) noexcept {
+    return reduce(PackedLayout::yuyv, packed, y, cb, cr, stores);
 }
-Status planar420ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept {
-    return enlarge(PackedLayout::uyvy, y, cb, cr, packed);
+Status planar420ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) noexcept {
+    return enlarge(PackedLayout::uyvy, y, cb, cr, packed, stores);
 }
-Status planar420ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept {
-    return enlarge(PackedLayout::yuyv, y, cb, cr, packed);
+Status planar420ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) noexcept {
+    return enlarge(PackedLayout::yuyv, y, cb, cr, packed, stores);
 }
 
-Status planar420ToPlanar422(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 dstY, ViewU8 dstCb,
-                            ViewU8 dstCr) noexcept {
+Status planar420ToPlanar422(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 dstY, ViewU8 dstCb, ViewU8 dstCr,
+                            Stores stores) noexcept {
     if (anyNull(y, cb, cr, dstY, dstCb, dstCr)) return Status::nullPointer;
     const int rows = evenPart(y.height);
     const bool fits = sameSize(y, dstY) && y.width >= 2 && y.height >= minimumHeight &&
                       chromaFits(cb, cr, y, rows / 2) && chromaFits(dstCb, dstCr, y, rows);
     if (!fits) return Status::badSize;
-    if (const Status fault = copy(y.band(0, rows), dstY.band(0, rows)); fault != Status::ok) return fault;
-    repeatRows(cb, dstCb, rows);
-    repeatRows(cr, dstCr, rows);
+    ConstViewU8 luma = y.band(0, rows);
+    ViewU8 dstLuma = dstY.band(0, rows);
+    joinRows(luma, dstLuma);
+    HWY_DYNAMIC_DISPATCH(copyRows)(luma, dstLuma, stores);
+    HWY_DYNAMIC_DISPATCH(repeatRows)(cb, dstCb, rows, stores);
+    HWY_DYNAMIC_DISPATCH(repeatRows)(cr, dstCr, rows, stores);
     return answerFor(rows, y.height);
 }
 

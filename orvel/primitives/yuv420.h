@@ -1,6 +1,7 @@
 #pragma once
 #include "orvel/primitives/plane_view.h"
 #include "orvel/primitives/status.h"
+#include "orvel/primitives/stores.h"
 
 // Progressive 4:2:2 <-> 4:2:0. A picture of W x H luma samples, W and H >= 2, has a packed view of 2W bytes by H rows
 // and chroma views of floor(W/2) samples by at least floor(H/2) rows (4:2:0); only these first rows are touched. Planes
@@ -12,13 +13,15 @@
 
 namespace Orvel::primitives {
 
-Status uyvyToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept;
-Status yuyvToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept;
-Status planar420ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept;
-Status planar420ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept;
+Status uyvyToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores = Stores::cached) noexcept;
+Status yuyvToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores = Stores::cached) noexcept;
+Status planar420ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed,
+                       Stores stores = Stores::cached) noexcept;
+Status planar420ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed,
+                       Stores stores = Stores::cached) noexcept;
 
 /// The chroma views of the result have at least 2 * floor(H/2) rows.
-Status planar420ToPlanar422(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 dstY, ViewU8 dstCb,
-                            ViewU8 dstCr) noexcept;
+Status planar420ToPlanar422(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 dstY, ViewU8 dstCb, ViewU8 dstCr,
+                            Stores stores = Stores::cached) noexcept;
 
 }  // namespace Orvel::primitives

@@ -10,6 +10,7 @@
 #include <hwy/foreach_target.h>  // re-includes this file once per target
 #include <hwy/highway.h>
 #include "orvel/primitives/packed_422_inl.h"
+#include "orvel/primitives/reduce_rows_inl.h"
 #include "orvel/primitives/sample_math_inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -38,24 +39,14 @@ HWY_INLINE V fiveToThree(V a, V b) {
     return hn::AverageRound(a, floorMean(b, floorMean(a, b)));
 }
 
-/// One pass over the two packed rows that a field has in a group makes their luma and its chroma row.
-void reduceInterlaced(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) {
-    for (int row = 0; row + 4 <= y.height; row += 4) {
-        for (int field = 0; field < 2; ++field) {
-            // The line that weighs three quarters is the upper one in the top field, the lower one in the bottom field.
-            const int closer = row + 3 * field, farther = row + 2 - field, chroma = row / 2 + field;
-            const std::uint8_t *in0 = packed.row(closer), *in1 = packed.row(farther);
-            std::uint8_t *y0 = y.row(closer), *y1 = y.row(farther), *u = cb.row(chroma), *v = cr.row(chroma);
-            forEachRun<std::uint8_t>(y.width / 2, [=](auto d, int pair) HWY_ATTR {
-                const auto a = loadSplit<uyvy>(d, in0 + 4 * pair), b = loadSplit<uyvy>(d, in1 + 4 * pair);
-                storeLuma(d, a, y0 + 2 * pair);
-                storeLuma(d, b, y1 + 2 * pair);
-                storeChroma(d, threeToOne(a.chroma0, b.chroma0), threeToOne(a.chroma1, b.chroma1), u + pair, v + pair);
-            });
-            unpackOddPixel<uyvy>(in0, y0, y.width);
-            unpackOddPixel<uyvy>(in1, y1, y.width);
-        }
-    }
+void reduceInterlaced(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
+    // The line that weighs three quarters is the upper one in the top field, the lower one in the bottom field.
+    const auto rowsOf = [](int k) HWY_ATTR {
+        const int group = k / 2 * 4, field = k % 2;
+        return RowPair{group + 3 * field, group + 2 - field};
+    };
+    const auto mean = [](auto closer, auto farther) HWY_ATTR { return threeToOne(closer, farther); };
+    reduceRows<uyvy, Pairing::fieldRows>(y.height / 4 * 2, rowsOf, mean, packed, y, cb, cr, stores);
 }
 
 /// The two 4:2:0 chroma rows that one row of a picture is made of.
@@ -89,8 +80,9 @@ void enlargeInterlacedToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, View
                            *v0 = cr.row(from.nearest), *v1 = cr.row(from.other);
         std::uint8_t* out = packed.row(row);
         forEachRun<std::uint8_t>(y.width / 2, [=](auto d, int pair) HWY_ATTR {
-            storePacked<uyvy>(d, luma + 2 * pair, filter(hn::LoadU(d, u0 + pair), hn::LoadU(d, u1 + pair)),
-                              filter(hn::LoadU(d, v0 + pair), hn::LoadU(d, v1 + pair)), out + 4 * pair);
+            storePacked<uyvy, Stores::cached>(d, luma + 2 * pair,
+                                              filter(hn::LoadU(d, u0 + pair), hn::LoadU(d, u1 + pair)),
+                                              filter(hn::LoadU(d, v0 + pair), hn::LoadU(d, v1 + pair)), out + 4 * pair);
         });
         packOddPixel<uyvy>(luma, out, y.width);
     });
@@ -132,9 +124,9 @@ Status check(const Packed& packed, const Plane& y, const Plane& cb, const Plane&
 
 }  // namespace
 
-Status uyvyToPlanar420Interlaced(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept {
+Status uyvyToPlanar420Interlaced(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) noexcept {
     if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
-    HWY_DYNAMIC_DISPATCH(reduceInterlaced)(packed, y, cb, cr);
+    HWY_DYNAMIC_DISPATCH(reduceInterlaced)(packed, y, cb, cr, stores);
     return answerFor(wholeGroups(y.height), y.height);
 }
 

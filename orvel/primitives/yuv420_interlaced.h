@@ -1,6 +1,7 @@
 #pragma once
 #include "orvel/primitives/plane_view.h"
 #include "orvel/primitives/status.h"
+#include "orvel/primitives/stores.h"
 
 // Interlaced 4:2:2 <-> 4:2:0. Rows 0, 2, 4 .. of luma and chroma planes belong to the top field, rows 1, 3, 5 .. to the
 // bottom field. A picture of W x H luma samples, W >= 2 and H >= 4, is worked on in groups of four rows; when H is no
@@ -16,7 +17,8 @@ namespace Orvel::primitives {
 
 /// Chroma row 2k is (3 c(4k) + c(4k+2) + 2) >> 2, row 2k+1 is (c(4k+1) + 3 c(4k+3) + 2) >> 2, c being the rows of
 /// 4:2:2. A picture may be converted in bands of whole groups.
-Status uyvyToPlanar420Interlaced(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept;
+Status uyvyToPlanar420Interlaced(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr,
+                                 Stores stores = Stores::cached) noexcept;
 
 /// With T(k) and B(k) the chroma rows 2k and 2k+1, and k-1, k+1 clamped to the picture, the chroma rows of group k are
 /// (7 T(k) + T(k-1) + 4) >> 3, (5 B(k) + 3 B(k-1) + 4) >> 3, (5 T(k) + 3 T(k+1) + 4) >> 3, (7 B(k) + B(k+1) + 4) >> 3.

@@ -13,31 +13,56 @@
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
 
-template <PackedLayout layout>
+template <PackedLayout layout, Stores stores>
 HWY_INLINE void unpackRow(const std::uint8_t* packed, std::uint8_t* y, std::uint8_t* cb, std::uint8_t* cr, int width) {
     forEachRun<std::uint8_t>(width / 2, [=](auto d, int pair) HWY_ATTR {
+        prefetchAhead(packed + 4 * pair, 4 * hn::Lanes(d));  // costs nothing in the cache
         const auto pairs = loadSplit<layout>(d, packed + 4 * pair);
-        storeLuma(d, pairs, y + 2 * pair);
+        storeLuma<stores>(d, pairs, y + 2 * pair);
         storeChroma(d, pairs.chroma0, pairs.chroma1, cb + pair, cr + pair);
     });
     unpackOddPixel<layout>(packed, y, width);
 }
 
-void unpackRows(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) {
-    const auto row = layout == PackedLayout::uyvy ? unpackRow<PackedLayout::uyvy> : unpackRow<PackedLayout::yuyv>;
-    for (int i = 0; i < y.height; ++i) row(packed.row(i), y.row(i), cb.row(i), cr.row(i), y.width);
+template <PackedLayout layout>
+HWY_INLINE void unpackLayout(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
+    const auto rows = [&](auto how) HWY_ATTR {
+        for (int i = 0; i < y.height; ++i)
+            unpackRow<layout, how()>(packed.row(i), y.row(i), cb.row(i), cr.row(i), y.width);
+    };
+    withStores(stores, rows, y);
 }
 
-void packRows(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) {
-    const auto row = layout == PackedLayout::uyvy ? packRow<PackedLayout::uyvy> : packRow<PackedLayout::yuyv>;
-    for (int i = 0; i < y.height; ++i) row(y.row(i), cb.row(i), cr.row(i), packed.row(i), y.width);
+void unpackRows(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
+    const auto unpack =
+        layout == PackedLayout::uyvy ? unpackLayout<PackedLayout::uyvy> : unpackLayout<PackedLayout::yuyv>;
+    unpack(packed, y, cb, cr, stores);
+}
+
+template <PackedLayout layout>
+HWY_INLINE void packLayout(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) {
+    const auto rows = [&](auto how) HWY_ATTR {
+        for (int i = 0; i < y.height; ++i)
+            packRow<layout, how()>(y.row(i), cb.row(i), cr.row(i), packed.row(i), y.width);
+    };
+    withStores(stores, rows, packed);
+}
+
+void packRows(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) {
+    const auto pack = layout == PackedLayout::uyvy ? packLayout<PackedLayout::uyvy> : packLayout<PackedLayout::yuyv>;
+    pack(y, cb, cr, packed, stores);
 }
 
 template <Stores stores>
 HWY_INLINE void swapRow(const std::uint16_t* packed, std::uint16_t* dst, int width) {
-    forEachRun<std::uint16_t>(width, [=](auto d, int x) HWY_ATTR {
-        const auto v = hn::LoadU(d, packed + x);
-        put<stores>(hn::Or(hn::ShiftLeft<8>(v), hn::ShiftRight<8>(v)), d, dst + x);
+    forEachLine<std::uint16_t>(width, [=](auto d, int x, auto vectors) HWY_ATTR {
+        const int n = static_cast<int>(hn::Lanes(d));
+        if constexpr (stores == Stores::streaming)
+            prefetchAhead(reinterpret_cast<const std::uint8_t*>(packed + x), 2 * vectors() * hn::Lanes(d));
+        hn::Vec<decltype(d)> v[vectors()];
+        for (int i = 0; i < vectors(); ++i) v[i] = hn::LoadU(d, packed + x + i * n);
+        for (int i = 0; i < vectors(); ++i)
+            put<stores>(hn::Or(hn::ShiftLeft<8>(v[i]), hn::ShiftRight<8>(v[i])), d, dst + x + i * n);
     });
 }
 
@@ -68,33 +93,33 @@ Status check(const Packed& packed, const Plane& y, const Plane& cb, const Plane&
     return fits ? Status::ok : Status::badSize;
 }
 
-Status unpack(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) {
+Status unpack(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
     if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
     if (y.width % 2 == 0) joinRows(packed, y, cb, cr);
-    HWY_DYNAMIC_DISPATCH(unpackRows)(layout, packed, y, cb, cr);
+    HWY_DYNAMIC_DISPATCH(unpackRows)(layout, packed, y, cb, cr, stores);
     return Status::ok;
 }
 
-Status pack(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) {
+Status pack(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) {
     if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
     if (y.width % 2 == 0) joinRows(y, cb, cr, packed);
-    HWY_DYNAMIC_DISPATCH(packRows)(layout, y, cb, cr, packed);
+    HWY_DYNAMIC_DISPATCH(packRows)(layout, y, cb, cr, packed, stores);
     return Status::ok;
 }
 
 }  // namespace
 
-Status uyvyToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept {
-    return unpack(PackedLayout::uyvy, packed, y, cb, cr);
+Status uyvyToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) noexcept {
+    return unpack(PackedLayout::uyvy, packed, y, cb, cr, stores);
 }
-Status yuyvToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept {
-    return unpack(PackedLayout::yuyv, packed, y, cb, cr);
+Status yuyvToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) noexcept {
+    return unpack(PackedLayout::yuyv, packed, y, cb, cr, stores);
 }
-Status planar422ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept {
-    return pack(PackedLayout::uyvy, y, cb, cr, packed);
+Status planar422ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) noexcept {
+    return pack(PackedLayout::uyvy, y, cb, cr, packed, stores);
 }
-Status planar422ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept {
-    return pack(PackedLayout::yuyv, y, cb, cr, packed);
+Status planar422ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) noexcept {
+    return pack(PackedLayout::yuyv, y, cb, cr, packed, stores);
 }
 
 Status swapChromaLuma(ConstViewU8 packed, ViewU8 dst, Stores stores) noexcept {

@@ -10,10 +10,12 @@
 
 namespace Orvel::primitives {
 
-Status uyvyToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept;
-Status yuyvToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr) noexcept;
-Status planar422ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept;
-Status planar422ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept;
+Status uyvyToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores = Stores::cached) noexcept;
+Status yuyvToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores = Stores::cached) noexcept;
+Status planar422ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed,
+                       Stores stores = Stores::cached) noexcept;
+Status planar422ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed,
+                       Stores stores = Stores::cached) noexcept;
 
 /// UYVY to YUYV and back: exchanges the two bytes of every pixel. The width, in bytes, is even and at least 4. In place
 /// allowed.

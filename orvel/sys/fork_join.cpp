@@ -1,6 +1,7 @@
 #include "orvel/sys/fork_join.h"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <utility>
@@ -8,6 +9,7 @@
 
 #include "orvel/sys/pool_threads.h"
 #include "orvel/sys/shared_thread_pool.h"
+#include "orvel/sys/wait_briefly.h"
 
 namespace OrvelSys {
 
@@ -23,10 +25,7 @@ public:
         if (added_ == tasks_.size() || work == nullptr) return false;
         JobTask& task = tasks_[added_++];
         task.work = std::move(work);
-        {
-            const std::lock_guard guard(lock_);
-            ++running_;
-        }
+        running_.fetch_add(1, std::memory_order_relaxed);
         threads_->submit(task);
         return true;
     }
@@ -34,8 +33,10 @@ public:
     bool wait() noexcept {
         while (threads_->runWithoutThreads()) {
         }
-        std::unique_lock guard(lock_);
-        ended_.wait(guard, [&] { return running_ == 0; });
+        const auto allEnded = [&] { return running_.load(std::memory_order_acquire) == 0; };
+        const bool soon = waitBriefly(allEnded);
+        std::unique_lock guard(lock_);  // also when all have ended: the last one may still hold it
+        if (!soon) ended_.wait(guard, allEnded);
         added_ = 0;
         return !std::exchange(failed_, false);
     }
@@ -60,7 +61,7 @@ private:
         // The lock is held to the end: who waits may destroy the job as soon as it gets it.
         const std::lock_guard guard(lock_);
         failed_ |= failed;
-        if (--running_ == 0) ended_.notify_one();
+        if (running_.fetch_sub(1, std::memory_order_release) == 1) ended_.notify_one();
     }
 
     std::shared_ptr<PoolThreads> threads_;
@@ -68,7 +69,7 @@ private:
     std::size_t added_ = 0;
     std::mutex lock_;
     std::condition_variable ended_;
-    int running_ = 0;
+    std::atomic<int> running_{0};  // lowered with the lock held
     bool failed_ = false;
 };
 

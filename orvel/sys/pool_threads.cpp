@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <exception>
 
+#include "orvel/sys/wait_briefly.h"
+
 namespace OrvelSys {
 namespace {
 
@@ -76,7 +78,10 @@ void PoolThreads::serve() noexcept {
             return;
         } else {
             ++idle_;
-            work_.wait(guard);
+            guard.unlock();
+            const bool soon = waitBriefly([this] { return queued_.load(std::memory_order_relaxed) > 0; });
+            guard.lock();
+            if (!soon && first_ == nullptr && !ending_) work_.wait(guard);
             --idle_;
         }
     }

@@ -1,4 +1,5 @@
 #pragma once
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -41,7 +42,8 @@ private:
     std::condition_variable work_;
     std::vector<std::thread> threads_;
     Task *first_ = nullptr, *last_ = nullptr;
-    int most_, queued_ = 0, idle_ = 0;
+    std::atomic<int> queued_{0};  // changed with the lock held
+    int most_, idle_ = 0;
     bool ending_ = false;
 };
 

@@ -32,6 +32,23 @@ TEST_P(Packed16Test, MovesEverySampleToItsPlaneAndBack) {
     }
 }
 
+TEST_P(Packed16Test, WritesTheSameWordsPastTheCache) {
+    std::mt19937 rng(10);
+    for (int pairs : {32, 64, 77, 100}) {
+        // Rows of results begin on vector boundaries.
+        const int w = 2 * pairs, h = 3, pad = 32 - pairs % 32;
+        Plane packed(2 * w, h, 4 * pad), back = packed, luma(w, h, 2 * pad), cb(w / 2, h, pad), cr = cb;
+        packed.fillRandom(rng);
+        ASSERT_EQ(packed16ToPlanar(packed.view(), luma.view(), cb.view(), cr.view(), Stores::streaming), Status::ok);
+        Plane plainLuma = luma, plainCb = cb, plainCr = cr;
+        ASSERT_EQ(packed16ToPlanar(packed.view(), plainLuma.view(), plainCb.view(), plainCr.view()), Status::ok);
+        ASSERT_EQ(luma.difference(plainLuma) + cb.difference(plainCb) + cr.difference(plainCr), "");
+        ASSERT_EQ(planarToPacked16(luma.view(), cb.view(), cr.view(), back.view(), Stores::streaming), Status::ok);
+        ASSERT_EQ(back.difference(packed), "");
+        for (const Plane* p : {&back, &luma, &cb, &cr}) ASSERT_TRUE(p->guardsIntact()) << "width " << w;
+    }
+}
+
 TEST(Packed16, RefusesOddWidthsAndMisfits) {
     Plane packed(8, 2), odd(6, 2), luma(4, 2), chroma(2, 2);
     EXPECT_EQ(packed16ToPlanar(odd.view(), {luma.view().base, 8, 3, 2}, chroma.view(), chroma.view()), Status::badSize);

@@ -123,6 +123,33 @@ TEST_P(RgbTest, BgrToPackedFitsEverySizeAndPosition) {
     });
 }
 
+TEST_P(RgbTest, WritesTheSameBytesPastTheCache) {
+    for (RgbMatrix matrix : matrices)
+        for (int w : {64, 102, 131}) {
+            // Rows of results begin on vector boundaries; the last block of two of the widths does not end on one.
+            const int h = 3, bgrPadding = 64 - 4 * w % 64, uyvyPadding = 64 - 2 * w % 64;
+            Plane packed(2 * w, h), luma(w, h), chroma(w / 2, 2), bgr(4 * w, h, bgrPadding), streamed = bgr;
+            for (Plane* p : {&packed, &luma, &chroma}) p->fillRandom(rng_);
+            ASSERT_EQ(uyvyToBgr(packed.view(), bgr.view(), matrix), Status::ok);
+            ASSERT_EQ(uyvyToBgr(packed.view(), streamed.view(), matrix, Stores::streaming), Status::ok);
+            ASSERT_EQ(streamed.difference(bgr), "");
+            ASSERT_TRUE(streamed.guardsIntact());
+
+            Plane uyvy(2 * w, h, uyvyPadding), streamedBack = uyvy;
+            ASSERT_EQ(bgrToUyvy(bgr.view(), uyvy.view(), matrix), Status::ok);
+            ASSERT_EQ(bgrToUyvy(bgr.view(), streamedBack.view(), matrix, Stores::streaming), Status::ok);
+            ASSERT_EQ(streamedBack.difference(uyvy), "");
+            ASSERT_TRUE(streamedBack.guardsIntact());
+
+            ASSERT_EQ(planar420ToBgr(luma.view(), chroma.view(), chroma.view(), bgr.view(), matrix), Status::ok);
+            ASSERT_EQ(
+                planar420ToBgr(luma.view(), chroma.view(), chroma.view(), streamed.view(), matrix, Stores::streaming),
+                Status::ok);
+            ASSERT_EQ(streamed.difference(bgr), "");
+            ASSERT_TRUE(streamed.guardsIntact());
+        }
+}
+
 TEST_P(RgbTest, EveryTripleDecodesExactly) {
     // One picture per Cb: rows run over Cr, columns over Y. A 4:2:0 source gives each chroma sample two rows.
     Plane packed(512, 256), luma(256, 512), cb(128, 256), cr(128, 256), fromPacked(1024, 256), fromPlanar(1024, 512);

@@ -37,6 +37,16 @@ TEST_P(WidenTest, WidensWithAndWithoutShift) {
     compare<std::uint8_t, std::uint16_t>([](auto s, auto d) { return widen(s, d); }, [](int s) { return s; });
     compare<std::uint8_t, std::uint16_t>([](auto s, auto d) { return widenShifted(s, d); },
                                          [](int s) { return 256 * s; });
+    std::mt19937 rng(7);
+    for (int w : {64, 107}) {  // past the cache, in rows that begin on vector boundaries
+        Plane8 src(w, 3);
+        Plane16 dst(w, 3, 32 - w % 32);
+        src.fillRandom(rng);
+        ASSERT_EQ(widenShifted(src.view(), dst.view(), Stores::streaming), Status::ok);
+        for (int y = 0; y < 3; ++y)
+            for (int x = 0; x < w; ++x) ASSERT_EQ(dst.at(x, y), 256 * src.at(x, y)) << x << ", " << y;
+        ASSERT_TRUE(dst.guardsIntact());
+    }
 }
 
 TEST_P(WidenTest, NarrowsWithSaturation) {

@@ -52,8 +52,9 @@ TEST_P(Yuv420InterlacedTest, ReducesEachFieldByItself) {
             const int y = k / 2 * 4;
             return k % 2 == 0 ? (3 * c(x, y) + c(x, y + 2) + 2) >> 2 : (c(x, y + 1) + 3 * c(x, y + 3) + 2) >> 2;
         });
-        ASSERT_EQ(uyvyToPlanar420Interlaced(packed.view(), planes.y.view(), planes.cb.view(), planes.cr.view()),
-                  answer(height));
+        ASSERT_EQ(
+            uyvyToPlanar420Interlaced(packed.view(), planes.y.view(), planes.cb.view(), planes.cr.view(), at.stores),
+            answer(height));
         ASSERT_EQ(planes.fault(expected), "") << width << " x " << height;
     });
 }

@@ -34,7 +34,8 @@ TEST_P(Yuv422Test, TakesPackedPicturesApart) {
             YuvPlanes expected = planes;
             test::splitInto(expected, conversion.layout, packed, height, height,
                             [](const auto& c, int x, int y) { return c(x, y); });
-            ASSERT_EQ(conversion.split(packed.view(), planes.y.view(), planes.cb.view(), planes.cr.view()), Status::ok);
+            ASSERT_EQ(conversion.split(packed.view(), planes.y.view(), planes.cb.view(), planes.cr.view(), at.stores),
+                      Status::ok);
             ASSERT_EQ(planes.fault(expected), "") << width << " x " << height;
         });
 }
@@ -50,7 +51,8 @@ TEST_P(Yuv422Test, PutsPlanesTogether) {
             test::packInto(
                 expected, conversion.layout, planes.y, height, [&](int x, int y) { return planes.cb.at(x, y); },
                 [&](int x, int y) { return planes.cr.at(x, y); });
-            ASSERT_EQ(conversion.pack(planes.y.view(), planes.cb.view(), planes.cr.view(), packed.view()), Status::ok);
+            ASSERT_EQ(conversion.pack(planes.y.view(), planes.cb.view(), planes.cr.view(), packed.view(), at.stores),
+                      Status::ok);
             ASSERT_EQ(packed.difference(expected), "");
             ASSERT_TRUE(packed.guardsIntact()) << width << " x " << height;
         });

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "orvel/primitives/packed_422.h"
+#include "orvel/primitives/stores.h"
 #include "tests/support/guarded_plane.h"
 
 // Pictures and plain oracles for the tests of the 4:2:2 and 4:2:0 conversions.
@@ -16,13 +17,17 @@ using Plane = GuardedPlane<std::uint8_t>;
 using primitives::ConstViewU8;
 using primitives::PackedLayout;
 using primitives::Status;
+using primitives::Stores;
 using primitives::ViewU8;
 
-/// How the planes of a case lie in memory: with and without gaps between the rows, on even and odd addresses.
+/// How the planes of a case lie in memory, with and without gaps between the rows, on even and odd addresses, and how
+/// they are written.
 struct Placement {
     int padding, lead;
+    Stores stores;
 };
-inline constexpr Placement placements[] = {{5, 61}, {0, 64}};
+inline constexpr Placement placements[] = {
+    {5, 61, Stores::streaming}, {0, 64, Stores::cached}, {0, 64, Stores::streaming}};
 
 struct YuvPlanes {
     Plane y, cb, cr;
@@ -85,7 +90,7 @@ void forEachSize(int minimumHeight, const Body& body) {
     for (const Placement at : placements) {
         for (int width = 2; width <= 65; ++width)
             for (int height = minimumHeight; height <= 9; ++height) body(width, height, at);
-        for (const int width : {127, 160, 255, 1920}) body(width, minimumHeight + 1, at);
+        for (const int width : {127, 128, 160, 255, 256, 384, 1920}) body(width, minimumHeight + 1, at);
     }
 }
 
