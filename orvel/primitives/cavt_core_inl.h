@@ -172,14 +172,18 @@ HWY_INLINE void copyEnds(const CavtRows<kFields>& rows, std::ptrdiff_t from, std
     }
 }
 
-/// The terms of the chunk's columns [from, to).
-template <int kFields>
-HWY_INLINE void makeTerms(const CavtRows<kFields>& rows, Chunk chunk, CavtRowsTerms<kFields>& terms) {
+/// The terms of the chunk's columns [from, to). Asks for upcoming, whose rows begin at column from.
+template <int kFields, std::size_t count>
+HWY_INLINE void makeTerms(const CavtRows<kFields>& rows, Chunk chunk, const Upcoming<count>& upcoming,
+                          CavtRowsTerms<kFields>& terms) {
     CavtRows<kFields> at = rows;  // own copies, which the stores below cannot change
     for (auto& row : at) row += chunk.from;
     const std::ptrdiff_t step = pairsPerStep(), columns = chunk.to - chunk.from;
     std::ptrdiff_t pair = 0;
-    for (; 2 * (pair + step) <= columns; pair += step) putStep<kFields>(at, pair, pair, terms);
+    for (; 2 * (pair + step) <= columns; pair += step) {
+        upcoming.template ask<2 * maxPairs>(2 * pair);
+        putStep<kFields>(at, pair, pair, terms);
+    }
     if (2 * pair < columns) {
         RowEnds<kFields> ends;
         copyEnds<kFields>(at, 2 * pair, columns, ends);

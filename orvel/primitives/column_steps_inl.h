@@ -10,6 +10,7 @@
 #include <hwy/highway.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -94,11 +95,27 @@ HWY_INLINE void forEachChunk(int width, const Body& body) {
     }
 }
 
-/// Asks for a chunk of a row that will be needed soon: the processor sees too many rows at a time to foresee them.
-HWY_INLINE void prefetch(const std::uint8_t* row, Chunk chunk) {
-    constexpr int cacheLine = 64;
-    for (int x = chunk.begin; x < chunk.end; x += cacheLine) hwy::Prefetch(row + x);
-}
+/// Rows that are needed soon: the processor sees too many rows at a time to foresee them. They are asked for while
+/// others are worked on, a line or two at a time; a whole chunk asked for at once would have to be waited for.
+template <std::size_t count>
+struct Upcoming {
+    static_assert(count % 2 == 0, "halves of the rows take turns");
+    std::array<const std::uint8_t*, count> rows;
+
+    /// For a loop over all columns in steps of the given number: here it is at column x. Steps that are no vectors have
+    /// no haste.
+    template <std::size_t step>
+    HWY_INLINE void ask(std::ptrdiff_t x) const {
+        constexpr std::ptrdiff_t halfLine = 32;
+        if constexpr (step < 16) return;
+        for (std::ptrdiff_t at = x; at < x + std::ptrdiff_t{step}; at += halfLine) {
+            const auto* const turn = rows.data() + (at & halfLine ? count / 2 : 0);
+            for (std::size_t i = 0; i < count / 2; ++i)
+                hwy::Prefetch(reinterpret_cast<const std::uint8_t*>(reinterpret_cast<std::uintptr_t>(turn[i]) +
+                                                                    std::uintptr_t(at)));
+        }
+    }
+};
 
 /// Room for something that each column of a chunk has, from column from on, with a margin before and after.
 template <class T>

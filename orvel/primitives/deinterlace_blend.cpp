@@ -56,9 +56,10 @@ struct BlendTerms {
     ColumnBuffer<std::uint8_t> spatial;  ///< S of one row before it is clamped
 };
 
-/// The fields that generated rows are made of, each in one plane.
-struct BlendSources {
+/// The fields that generated rows are made of, each in one plane, and the destination's.
+struct BlendFieldRows {
     FieldRows kept, keptPrev, keptNext, before, after;
+    FieldRows made, copied;
 };
 
 /// All ones where a <= b.
@@ -78,7 +79,7 @@ struct MotionRows {
     std::array<const std::uint8_t*, 2 + rowsAtOnce> before, after;
 };
 
-HWY_INLINE MotionRows motionRows(const BlendSources& sources, int y, int from) {
+HWY_INLINE MotionRows motionRows(const BlendFieldRows& sources, int y, int from) {
     const auto fill = [from](auto& rows, const FieldRows& field, int first) HWY_ATTR {
         for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = field.row(first + 2 * int(i)) + from;
     };
@@ -144,14 +145,17 @@ HWY_INLINE void putMotion(D d, const MotionRows& rows, int x, StillTest isStill,
     }
 }
 
-/// Everything but S, on columns [from, to) of the rows from y on.
-HWY_INLINE void makeMotionTerms(const BlendSources& sources, Chunk chunk, int y, std::uint8_t threshold,
-                                MotionTerms (&terms)[rowsAtOnce]) {
+/// Everything but S, on columns [from, to) of the rows from y on. Asks for upcoming.
+HWY_INLINE void makeMotionTerms(const BlendFieldRows& sources, Chunk chunk, int y, std::uint8_t threshold,
+                                const Upcoming<3 * rowsAtOnce>& upcoming, MotionTerms (&terms)[rowsAtOnce]) {
     const MotionRows rows = motionRows(sources, y, chunk.from);
     const StillTest isStill(threshold);
     const int columns = chunk.to - chunk.from;
     MotionTerms* const to = terms;
-    forEachRun<std::uint8_t>(columns, [=](auto d, int x) HWY_ATTR { putMotion(d, rows, x, isStill, to); });
+    forEachRun<std::uint8_t>(columns, [=](auto d, int x) HWY_ATTR {
+        upcoming.ask<hn::MaxLanes(d)>(x);
+        putMotion(d, rows, x, isStill, to);
+    });
     for (MotionTerms& ofRow : terms) {
         std::uint8_t* const motion = ofRow.motion.data();
         motion[-1] = motion[0];
@@ -208,9 +212,9 @@ private:
     std::uint8_t mixes0_, mixes1_;  // 0 for a weight of 256, which is no byte: S is then taken as it is
 };
 
-/// Clamps S and blends it with T.
+/// Clamps S and blends it with T. Asks for upcoming.
 HWY_INLINE void blendChunk(const MotionTerms& terms, const ColumnBuffer<std::uint8_t>& adaptive, Chunk chunk,
-                           const DeinterlaceBlendState& state, std::uint8_t* out) {
+                           const DeinterlaceBlendState& state, const Upcoming<2>& upcoming, std::uint8_t* out) {
     const int offset = chunk.begin - chunk.from;
     const std::uint8_t *temporal = terms.temporal.data() + offset, *bounds = terms.bound.data() + offset,
                        *smooth = terms.smooth.data() + offset, *motion = terms.motion.data() + offset,
@@ -218,6 +222,7 @@ HWY_INLINE void blendChunk(const MotionTerms& terms, const ColumnBuffer<std::uin
     const MotionMixer mixed(state);
     forEachRun<std::uint8_t>(chunk.end - chunk.begin, [=](auto d, int i) HWY_ATTR {
         const auto load = [=](const std::uint8_t* p) HWY_ATTR { return hn::LoadU(d, p + i); };
+        upcoming.ask<hn::MaxLanes(d)>(i);
         const auto t = load(temporal), bound = load(bounds);
         const auto s = hn::Max(hn::Min(load(spatial), hn::SaturatedAdd(t, bound)), hn::SaturatedSub(t, bound));
         const auto smoothed = hn::AverageRound(floorMean(load(motion - 1), load(motion + 1)), load(motion));
@@ -226,28 +231,33 @@ HWY_INLINE void blendChunk(const MotionTerms& terms, const ColumnBuffer<std::uin
 }
 
 /// Generated rows from y on; out has their places in the destination, no more than rowsAtOnce.
-HWY_INLINE void makeRows(const BlendSources& sources, const DeinterlaceBlendState& state, int y,
+HWY_INLINE void makeRows(const BlendFieldRows& sources, const DeinterlaceBlendState& state, int y,
                          std::span<std::uint8_t* const> out, int width, BlendTerms& terms) {
     constexpr std::uint16_t strength = scaledStrength<2>(cavtStrength(1000));
     constexpr int further = 2 * rowsAtOnce;
     const CavtRows<2> rows = cavtRows<2>(sources.kept, {sources.before, sources.after}, y);
     forEachChunk(width, [&](Chunk chunk) HWY_ATTR {
-        // What the next rows need besides is asked for in portions that the processor has room for.
-        const auto ask = [&](const FieldRows& field, int offset) HWY_ATTR {
-            for (int i = 0; i < rowsAtOnce; ++i) prefetch(field.row(y + further + offset + 2 * i), chunk);
-        };
-        ask(sources.kept, 3);
-        makeTerms<2>(rows, chunk, terms.cavt);
-        ask(sources.before, 2);
-        ask(sources.after, 2);
-        makeMotionTerms(sources, chunk, y, state.threshold(0), terms.motion);
-        ask(sources.keptPrev, 1);
-        ask(sources.keptNext, 1);
+        const auto next = [&](const FieldRows& field, int offset, int i)
+                              HWY_ATTR { return field.row(y + further + offset + 2 * i) + chunk.from; };
+        Upcoming<2 * rowsAtOnce> forTerms;
+        Upcoming<3 * rowsAtOnce> forMotion;
+        for (int i = 0, n = 0, m = 0; i < rowsAtOnce; ++i) {
+            for (const auto* row : {next(sources.kept, 3, i), next(sources.after, 2, i)})
+                forTerms.rows[std::size_t(n++)] = row;
+            for (const auto* row :
+                 {next(sources.before, 2, i), next(sources.keptPrev, 1, i), next(sources.keptNext, 1, i)})
+                forMotion.rows[std::size_t(m++)] = row;
+        }
+        makeTerms<2>(rows, chunk, forTerms, terms.cavt);
+        makeMotionTerms(sources, chunk, y, state.threshold(0), forMotion, terms.motion);
         for (std::size_t i = 0; i < out.size(); ++i) {
             forEachAdapted(terms.cavt[i], chunk, strength, [&](std::ptrdiff_t pair, StepBytes columns) HWY_ATTR {
                 storeStep(columns, terms.spatial.data() + 2 * pair);
             });
-            blendChunk(terms.motion[i], terms.spatial, chunk, state, out[i] + chunk.begin);
+            const int later = y + further + 2 * int(i);
+            const Upcoming<2> places{
+                {sources.made.row(later) + chunk.begin, sources.copied.row(later ^ 1) + chunk.begin}};
+            blendChunk(terms.motion[i], terms.spatial, chunk, state, places, out[i] + chunk.begin);
         }
     });
 }
@@ -256,9 +266,13 @@ void blendRows(const DeinterlaceBlendState& state, ConstViewU8 prev, ConstViewU8
                BlendFields fields, int first, int last) {
     const int made = fields.generateTop ? 0 : 1, kept = 1 - made;
     const bool keptIsEarlier = fields.topFirst != fields.generateTop;
-    const BlendSources sources{FieldRows(cur, kept), FieldRows(prev, kept), FieldRows(next, kept),
-                               FieldRows(keptIsEarlier ? prev : cur, made),
-                               FieldRows(keptIsEarlier ? cur : next, made)};
+    const BlendFieldRows sources{FieldRows(cur, kept),
+                                 FieldRows(prev, kept),
+                                 FieldRows(next, kept),
+                                 FieldRows(keptIsEarlier ? prev : cur, made),
+                                 FieldRows(keptIsEarlier ? cur : next, made),
+                                 FieldRows(dst, made),
+                                 FieldRows(dst, kept)};
     BlendTerms terms;
     for (int y = first; y < last; y += 2 * rowsAtOnce) {
         const int end = std::min(last - y, 2 * rowsAtOnce) + y;

@@ -38,7 +38,7 @@ struct BlendFields {
 /// the kept field has no row, the only row is copied from cur.
 ///
 /// Makes rows [first, last) of dst, the whole destination plane, from the whole sources. Bands may run on any threads
-/// in any order with the same bytes. Needs no memory but 70 kB of the stack. Not in place.
+/// in any order with the same bytes. Needs no memory but 60 kB of the stack. Not in place.
 /// @return nullPointer; badSize when the views differ, are empty, exceed the state's size or dst has no such rows.
 Status deinterlaceBlendRows(const DeinterlaceBlendState& state, ConstViewU8 prev, ConstViewU8 cur, ConstViewU8 next,
                             ViewU8 dst, BlendFields fields, int first, int last) noexcept;

@@ -34,7 +34,7 @@ HWY_INLINE void makeRow(const CavtTerms& terms, Chunk chunk, unsigned threshold,
 }
 
 void cavtPairs(ConstViewU8 src, ViewU8 dst, unsigned threshold, int firstPair, int lastPair) {
-    const FieldRows kept(src, 0), other(src, 1);
+    const FieldRows kept(src, 0), other(src, 1), copied(dst, 0), made(dst, 1);
     CavtRowsTerms<1> terms;
     for (int pair = firstPair; pair < lastPair; pair += rowsAtOnce) {
         const int y = 2 * pair + 1, rows = std::min(rowsAtOnce, lastPair - pair);
@@ -42,11 +42,14 @@ void cavtPairs(ConstViewU8 src, ViewU8 dst, unsigned threshold, int firstPair, i
         for (int i = 0; i < rows; ++i)
             std::memcpy(dst.row(y - 1 + 2 * i), src.row(y - 1 + 2 * i), std::size_t(dst.width));
         forEachChunk(dst.width, [&](Chunk chunk) HWY_ATTR {
-            for (int i = 0; i < rowsAtOnce; ++i) {
-                prefetch(kept.row(y + 3 + 2 * (rowsAtOnce + i)), chunk);
-                prefetch(other.row(y + 2 + 2 * (rowsAtOnce + i)), chunk);
+            Upcoming<4 * rowsAtOnce> upcoming;
+            for (int i = 0, n = 0; i < rowsAtOnce; ++i) {
+                const int next = y + 2 * (rowsAtOnce + i);
+                for (const std::uint8_t* row :
+                     {kept.row(next + 3), other.row(next + 2), copied.row(next - 1), made.row(next)})
+                    upcoming.rows[std::size_t(n++)] = row + chunk.from;
             }
-            makeTerms<1>(sources, chunk, terms);
+            makeTerms<1>(sources, chunk, upcoming, terms);
             for (int i = 0; i < rows; ++i) makeRow(terms[i], chunk, threshold, dst.row(y + 2 * i));
         });
     }

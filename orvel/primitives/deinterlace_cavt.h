@@ -12,7 +12,7 @@ namespace Orvel::primitives {
 /// balances well.
 ///
 /// Makes row pairs [firstPair, lastPair) of dst, the whole destination plane, which has height / 2 of them. Bands may
-/// run on any threads in any order with the same bytes. Needs no memory but 30 kB of the stack. Not in place.
+/// run on any threads in any order with the same bytes. Needs no memory but 20 kB of the stack. Not in place.
 /// @return nullPointer; badSize when the views differ, are empty, of odd height, or dst has no such pairs.
 Status deinterlaceCavtRows(ConstViewU8 src, ViewU8 dst, unsigned threshold, int firstPair, int lastPair) noexcept;
 
