@@ -72,15 +72,10 @@ inline constexpr int blocksPerVector = int(hn::MaxLanes(DColumns())) / 8;
 /// The tables of a ColumnLayout by value: what the loops write cannot change these pointers, and the compiler sees it.
 struct ColumnTables {
     explicit ColumnTables(const ColumnLayout& layout)
-        : start(layout.start.data()),
-          shuffle(layout.shuffle.data()),
-          taps(layout.taps.data()),
-          pairs(static_cast<std::size_t>(layout.pairs)),
-          dotLength(static_cast<std::size_t>(layout.dotLength)) {}
+        : start(layout.start.data()), shuffle(layout.shuffle.data()), taps(layout.taps.data()) {}
     const std::int32_t* start;
     const std::uint8_t* shuffle;
     const std::int16_t* taps;
-    std::size_t pairs, dotLength;
 };
 
 /// The sums of two rows.
@@ -119,7 +114,8 @@ HWY_INLINE auto windowSums(const ColumnTables& tables, std::size_t b, const std:
     const DColumns d16;
     const hn::Repartition<std::uint8_t, DColumns> d8;
     const DSums d32;
-    const std::size_t pairs = kPairs != 0 ? std::size_t{kPairs} : tables.pairs, half = b / 2, side = b % 2;
+    constexpr std::size_t pairs = kPairs;
+    const std::size_t half = b / 2, side = b % 2;
     const std::int16_t* taps = tables.taps + half * pairs * 16 + side * 8;
     const std::int32_t* start = tables.start + b;
     constexpr int next = kWindows == Windows::two ? 8 : 0;
@@ -156,57 +152,6 @@ HWY_INLINE void windowGroup(const ColumnTables& tables, std::size_t g, const Row
     }
 }
 
-/// Per block of 16 bytes, the sums of the four lanes of a, b, c and d.
-template <class D32, class V32>
-HWY_INLINE V32 sumOfEach(D32 d32, V32 a, V32 b, V32 c, V32 d) {
-    const hn::Repartition<std::int64_t, D32> d64;
-    const auto ab = hn::BitCast(d64, hn::Add(hn::InterleaveLower(d32, a, b), hn::InterleaveUpper(d32, a, b)));
-    const auto cd = hn::BitCast(d64, hn::Add(hn::InterleaveLower(d32, c, d), hn::InterleaveUpper(d32, c, d)));
-    return hn::Add(hn::BitCast(d32, hn::InterleaveLower(d64, ab, cd)),
-                   hn::BitCast(d32, hn::InterleaveUpper(d64, ab, cd)));
-}
-
-/// The products of one list, summed to the lanes of a vector.
-HWY_INLINE auto dotLanes(const std::int16_t* samples, const std::int16_t* taps, std::size_t length) {
-    const DColumns d16;
-    const DSums d32;
-    auto s0 = hn::Zero(d32), s1 = s0;
-    for (std::size_t k = 0; k < length; k += hn::Lanes(d16))
-        addPairs(d32, hn::LoadU(d16, samples + k), hn::LoadU(d16, taps + k), s0, s1);
-    return hn::Add(s0, s1);
-}
-
-/// The sums of four neighbouring lists; a 256-bit vector holds two halves of each.
-HWY_INLINE auto dotSums(const std::int32_t* start, const std::int16_t* taps, std::size_t length,
-                        const std::int16_t* t) {
-    return sumOfEach(DSums(), dotLanes(t + start[0], taps, length), dotLanes(t + start[1], taps + length, length),
-                     dotLanes(t + start[2], taps + 2 * length, length),
-                     dotLanes(t + start[3], taps + 3 * length, length));
-}
-
-template <class Finish, int kLength, class Sample>
-HWY_INLINE void dotGroup(const ColumnTables& tables, std::size_t g, const RowPair<Sample>& rows) {
-    const DSums d32;
-    const std::size_t length = kLength != 0 ? std::size_t{kLength} : tables.dotLength;
-    const std::int32_t* start = tables.start + g * ColumnLayout::group;
-    const std::int16_t* taps = tables.taps + g * ColumnLayout::group * length;
-    for (int r = 0; r < 2; ++r) {
-        const auto q0 = dotSums(start, taps, length, rows.t[r]);
-        const auto q1 = dotSums(start + 4, taps + 4 * length, length, rows.t[r]);
-        const auto q2 = dotSums(start + 8, taps + 8 * length, length, rows.t[r]);
-        const auto q3 = dotSums(start + 12, taps + 12 * length, length, rows.t[r]);
-        if constexpr (blocksPerVector == 2) {
-            const auto joined = [&](auto a, auto b) HWY_ATTR {
-                return hn::Add(hn::ConcatLowerLower(d32, b, a), hn::ConcatUpperUpper(d32, b, a));
-            };
-            Finish::store(d32, joined(q0, q2), joined(q1, q3), rows.dst[r]);
-        } else {
-            Finish::store(d32, q0, q1, rows.dst[r]);
-            Finish::store(d32, q2, q3, rows.dst[r] + 8);
-        }
-    }
-}
-
 /// Calls makeGroup(g, rows) for the groups of a tile; the last group of the row may be shorter than 16 samples.
 template <class Sample, class MakeGroup>
 HWY_INLINE void forEachGroup(const ColumnLayout::Tile& tile, int width, const RowPair<Sample>& rows,
@@ -238,18 +183,9 @@ void windowColumns(const ResizePlan& plan, const ColumnLayout::Tile& tile, const
             return windowColumns<Finish, 1, kWindows>(plan, tile, rows);
         case 2:
             return windowColumns<Finish, 2, kWindows>(plan, tile, rows);
-        case 3:
-            return windowColumns<Finish, 3, kWindows>(plan, tile, rows);
         default:
-            return windowColumns<Finish, 0, kWindows>(plan, tile, rows);
+            return windowColumns<Finish, 3, kWindows>(plan, tile, rows);
     }
-}
-
-template <class Finish, int kLength, class Sample>
-void dotColumns(const ResizePlan& plan, const ColumnLayout::Tile& tile, const RowPair<Sample>& rows) {
-    forEachGroup(tile, plan.dstWidth(), rows,
-                 [tables = ColumnTables(plan.layout())](std::size_t g, const RowPair<Sample>& at)
-                     HWY_ATTR { dotGroup<Finish, kLength>(tables, g, at); });
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR
@@ -257,22 +193,20 @@ void dotColumns(const ResizePlan& plan, const ColumnLayout::Tile& tile, const Ro
 /// The destination samples of a tile. ColumnLayout::tilePadding intermediate samples behind the tile may be read.
 template <class Finish, class Sample>
 HWY_INLINE void horizontalPass(const ResizePlan& plan, const ColumnLayout::Tile& tile, const RowPair<Sample>& rows) {
-#if HWY_TARGET == HWY_SCALAR
-    for (int r = 0; r < 2; ++r) plainColumns<Finish>(plan.columns(), tile, rows.t[r], rows.dst[r]);
-#else
+#if HWY_TARGET != HWY_SCALAR
     const ColumnLayout& layout = plan.layout();
-    if (layout.form == ColumnLayout::Form::dots)
-        return layout.dotLength == 16 ? dotColumns<Finish, 16>(plan, tile, rows)
-                                      : dotColumns<Finish, 0>(plan, tile, rows);
-    switch (layout.windows) {
-        case Windows::one:
-            return windowColumns<Finish, Windows::one>(plan, tile, rows);
-        case Windows::onePerPair:
-            return windowColumns<Finish, Windows::onePerPair>(plan, tile, rows);
-        case Windows::two:
-            return windowColumns<Finish, Windows::two>(plan, tile, rows);
+    if (layout.form == ColumnLayout::Form::windows) {
+        switch (layout.windows) {
+            case Windows::one:
+                return windowColumns<Finish, Windows::one>(plan, tile, rows);
+            case Windows::onePerPair:
+                return windowColumns<Finish, Windows::onePerPair>(plan, tile, rows);
+            case Windows::two:
+                return windowColumns<Finish, Windows::two>(plan, tile, rows);
+        }
     }
 #endif
+    for (int r = 0; r < 2; ++r) plainColumns<Finish>(plan.columns(), tile, rows.t[r], rows.dst[r]);
 }
 
 }  // namespace Orvel::primitives::HWY_NAMESPACE

@@ -6,7 +6,7 @@
 namespace Orvel::primitives {
 namespace {
 
-constexpr int windowSamples = 8;
+constexpr int windowSamples = 8, mostWindowPairs = 3;
 
 int groupsOf(const TapTable& table) noexcept {
     return (table.size() + ColumnLayout::group - 1) / ColumnLayout::group;
@@ -27,30 +27,24 @@ int widestBlock(const TapTable& table) noexcept {
 
 }  // namespace
 
-ColumnLayout::ColumnLayout(const TapTable& table) {
+ColumnLayout::ColumnLayout(const TapTable& table, const PairTable& pairTable) {
     if (!cutTiles(table)) return;
     if (chooseWindows(table))
         layWindows(table);
     else
-        layDots(table);
-    for (const Tile& tile : tiles) {
-        const int perGroup = form == Form::windows ? group / block : group;
-        for (int i = tile.firstGroup * perGroup; i < tile.lastGroup * perGroup; ++i)
-            start[static_cast<std::size_t>(i)] -= tile.begin;
-    }
+        form = pairTable.reach(group) + Strip::columns / 2 <= Strip::pairs ? Form::strips : Form::lists;
 }
 
-/// @return false when dot products are cheaper, by the vector operations that the loops take for eight samples.
+/// @return false when strips are cheaper.
 bool ColumnLayout::chooseWindows(const TapTable& table) {
     const int span = widestBlock(table), all = span + table.stride();
     pairs = table.stride() / 2;
-    const int dotCost = 16 * ((table.length() + 15) / 16) + 24;
-    if (span + 2 <= windowSamples) {
+    if (pairs > mostWindowPairs) return false;
+    if (span + 2 <= windowSamples)
         windows = all <= windowSamples ? Windows::one : Windows::onePerPair;
-        return pairs * 5 <= dotCost;
-    }
-    windows = Windows::two;
-    return all <= 2 * windowSamples && pairs * 7 <= dotCost;
+    else
+        windows = Windows::two;
+    return windows != Windows::two || all <= 2 * windowSamples;
 }
 
 /// Cuts the row into tiles of as many groups as fit. @return false when one group does not.
@@ -90,19 +84,10 @@ void ColumnLayout::layWindows(const TapTable& table) {
                 std::copy_n(table.taps(x) + 2 * p, 2, &taps[((half * pairCount + p) * 2 + side) * 8 + 2 * i]);
         }
     }
-}
-
-void ColumnLayout::layDots(const TapTable& table) {
-    form = Form::dots;
-    dotLength = (table.length() + 15) / 16 * 16;
-    const int samples = groupsOf(table) * group;
-    start.reserve(static_cast<std::size_t>(samples));
-    taps.assign(static_cast<std::size_t>(samples) * static_cast<std::size_t>(dotLength), 0);
-    for (int x = 0; x < samples; ++x) {
-        start.push_back(firstOf(table, x));
-        if (x >= table.size()) continue;
-        std::copy_n(table.taps(x), table.length(), taps.begin() + std::ptrdiff_t{x} * dotLength);
-    }
+    constexpr int blocksPerGroup = group / block;
+    for (const Tile& tile : tiles)
+        for (int b = tile.firstGroup * blocksPerGroup; b < tile.lastGroup * blocksPerGroup; ++b)
+            start[static_cast<std::size_t>(b)] -= tile.begin;
 }
 
 Status ResizePlan::build(ResizeMethod method, int srcWidth, int srcHeight, int dstWidth, int dstHeight) {
@@ -111,10 +96,14 @@ Status ResizePlan::build(ResizeMethod method, int srcWidth, int srcHeight, int d
         fault != Status::ok)
         return fault;
     TapTable rows(method, srcHeight, dstHeight), columns(method, srcWidth, dstWidth);
-    ColumnLayout layout(columns);
+    PairTable rowPairs(rows, 1), columnPairs(columns, Strip::listsTogether);
+    ColumnLayout layout(columns, columnPairs);
     method_ = method;
+    sharesRows_ = rowPairs.mostPairs() > 2 && rowPairs.reach(Strip::rows) <= Strip::sourcePairs;
     rows_ = std::move(rows);
     columns_ = std::move(columns);
+    rowPairs_ = std::move(rowPairs);
+    columnPairs_ = std::move(columnPairs);
     layout_ = std::move(layout);
     return Status::ok;
 }

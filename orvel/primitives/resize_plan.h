@@ -2,10 +2,20 @@
 #include <cstdint>
 #include <vector>
 
+#include "orvel/primitives/resize_pairs.h"
 #include "orvel/primitives/resize_taps.h"
 #include "orvel/primitives/status.h"
 
 namespace Orvel::primitives {
+
+/// Destination rows that are made together where the tap lists are long. Bands of whole strips are the cheapest.
+struct Strip {
+    static constexpr int rows = 16;
+    static constexpr int columns = 128;      ///< source columns that are made at a time
+    static constexpr int pairs = 512;        ///< most pairs of columns that are held: 32 KB
+    static constexpr int sourcePairs = 64;   ///< most pairs of source rows of a strip, 128 columns of which take 32 KB
+    static constexpr int listsTogether = 2;  ///< of the horizontal lists
+};
 
 /// The horizontal tap lists, laid out for vectors that make `group` destination samples at a time out of a row of
 /// 16-bit samples.
@@ -14,11 +24,13 @@ namespace Orvel::primitives {
 /// samples with a byte shuffle. The blocks of a group stand in the order 0, 2, 1, 3, because packing two 256-bit
 /// vectors of sums joins their lower halves first.
 ///
-/// Form dots: each sample has its taps in one piece, padded with zeros to a multiple of 16.
+/// Form strips, for lists that are too long for that: the pair table is used, for all rows of a strip at once.
 ///
-/// Form chunks: a group needs more source samples than a tile holds; the plain tap table is used piece by piece.
+/// Form lists, where a group needs more source samples than a strip holds: the plain tap table is used.
+///
+/// Form chunks, where it needs more than a tile holds: the plain tap table is used piece by piece.
 struct ColumnLayout {
-    enum class Form : std::uint8_t { windows, dots, chunks };
+    enum class Form : std::uint8_t { windows, strips, lists, chunks };
     enum class Windows : std::uint8_t {
         one,         ///< one window holds the samples of all pairs of a block
         onePerPair,  ///< one window holds those of a pair; the next pair's begins two samples later
@@ -35,21 +47,19 @@ struct ColumnLayout {
     static constexpr int tilePadding = 48;    ///< samples that loads may read behind a tile, with zero taps
 
     ColumnLayout() = default;
-    explicit ColumnLayout(const TapTable& table);  ///< throws std::bad_alloc
+    ColumnLayout(const TapTable& table, const PairTable& pairTable);  ///< throws std::bad_alloc
 
     Form form = Form::chunks;
     Windows windows = Windows::one;
-    int pairs = 0;                      ///< windows: pairs of taps of a list
-    int dotLength = 0;                  ///< dots: taps of a list
-    std::vector<std::int32_t> start;    ///< first source sample, from the tile's begin: of each block, or of each list
+    int pairs = 0;                      ///< windows: pairs of taps of a list, 1 to 3
+    std::vector<std::int32_t> start;    ///< windows: [block], first source sample, from the tile's begin
     std::vector<std::uint8_t> shuffle;  ///< windows: [block][16], byte indices of the first pair; each next pair adds 4
-    std::vector<std::int16_t> taps;     ///< windows: [group][half][pair][2 blocks][8]; dots: [sample][dotLength]
+    std::vector<std::int16_t> taps;     ///< windows: [group][half][pair][2 blocks][8]
     std::vector<Tile> tiles;
 
 private:
     bool chooseWindows(const TapTable& table);
     void layWindows(const TapTable& table);
-    void layDots(const TapTable& table);
     bool cutTiles(const TapTable& table);
 };
 
@@ -73,11 +83,17 @@ public:
     const TapTable& rows() const noexcept { return rows_; }        ///< vertical taps
     const TapTable& columns() const noexcept { return columns_; }  ///< horizontal taps
     const ColumnLayout& layout() const noexcept { return layout_; }
+    const PairTable& rowPairs() const noexcept { return rowPairs_; }
+    const PairTable& columnPairs() const noexcept { return columnPairs_; }
+    /// The rows of a strip have so much in common, and no more than fits, that they had better be made together.
+    bool sharesRows() const noexcept { return sharesRows_; }
 
 private:
     ResizeMethod method_;
     TapTable rows_, columns_;
+    PairTable rowPairs_, columnPairs_;
     ColumnLayout layout_;
+    bool sharesRows_ = false;
 };
 
 }  // namespace Orvel::primitives

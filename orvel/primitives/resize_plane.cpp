@@ -9,6 +9,8 @@
 #include <hwy/highway.h>
 #include "orvel/primitives/resize_halve_inl.h"
 #include "orvel/primitives/resize_horizontal_inl.h"
+#include "orvel/primitives/resize_shared_rows_inl.h"
+#include "orvel/primitives/resize_strips_inl.h"
 #include "orvel/primitives/resize_vertical_inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -58,15 +60,41 @@ void bothPasses(const ResizePlan& plan, PlaneView<Sample> dst, int first, int la
     }
 }
 
+/// Both passes; the vertical one is made together for neighbouring rows where that pays.
+template <int kRowShift, int kShift, class Sample, class Vertical>
+void resizeBoth(const ResizePlan& plan, [[maybe_unused]] PlaneView<const Sample> src, PlaneView<Sample> dst, int first,
+                int last, const Vertical& vertical) {
+#if HWY_TARGET != HWY_SCALAR
+    if (plan.layout().form == ColumnLayout::Form::strips) {
+        const auto byStrips = [&](const auto& makeRows) {
+            rowsByStrips<kShift>(plan.columnPairs(), src.width, dst, first, last, makeRows);
+        };
+        if (!plan.sharesRows())
+            return byStrips([&](int y, int n, int begin, int end, StripRows& t) {
+                for (int i = 0; i < n; ++i) vertical(y + i, begin, end, t.row[i]);
+            });
+        SharedRows<Sample> shared;
+        return byStrips([&](int y, int n, int begin, int end, StripRows& t) {
+            shared.take(plan.rowPairs(), src, y, y + n, begin, end);
+            for (int i = 0; i < n; ++i) shared.template sum<kRowShift>(plan.rowPairs(), y + i, end - begin, t.row[i]);
+        });
+    }
+#endif
+    bothPasses<Finish<Sample, kShift>>(plan, dst, first, last, vertical);
+}
+
+template <class Sample>
+auto identityRows(PlaneView<const Sample> src) {
+    return [src](int y, int begin, int end, std::int16_t* t) { widenRow(src.row(y), begin, end, t); };
+}
+
 void resizeRows8(const ResizePlan& plan, ConstViewU8 src, ViewU8 dst, int first, int last) {
-    using Finish8 = Finish<std::uint8_t, 20>;
     if (plan.columns().identity()) {
         for (int y = first; y < last; ++y) verticalPass(rowTaps(plan, src, y), 0, dst.width, ToSamples8{dst.row(y)});
     } else if (plan.rows().identity()) {
-        bothPasses<Finish8>(plan, dst, first, last,
-                            [&](int y, int begin, int end, std::int16_t* t) { widenRow(src.row(y), begin, end, t); });
+        resizeBoth<8, 20>(plan, src, dst, first, last, identityRows(src));
     } else {
-        bothPasses<Finish8>(plan, dst, first, last, [&](int y, int begin, int end, std::int16_t* t) {
+        resizeBoth<8, 20>(plan, src, dst, first, last, [&](int y, int begin, int end, std::int16_t* t) {
             verticalPass(rowTaps(plan, src, y), begin, end, ToScratch{t, begin});
         });
     }
@@ -77,11 +105,9 @@ void resizeRows16(const ResizePlan& plan, ConstViewU16 src, ViewU16 dst, int fir
         for (int y = first; y < last; ++y)
             verticalPass16<14>(rowTaps(plan, src, y), 0, dst.width, ToSamples16{dst.row(y)});
     } else if (plan.rows().identity()) {
-        bothPasses<Finish<std::uint16_t, 14>>(plan, dst, first, last, [&](int y, int begin, int end, std::int16_t* t) {
-            widenRow(src.row(y), begin, end, t);
-        });
+        resizeBoth<15, 14>(plan, src, dst, first, last, identityRows(src));
     } else {
-        bothPasses<Finish<std::uint16_t, 13>>(plan, dst, first, last, [&](int y, int begin, int end, std::int16_t* t) {
+        resizeBoth<15, 13>(plan, src, dst, first, last, [&](int y, int begin, int end, std::int16_t* t) {
             verticalPass16<15>(rowTaps(plan, src, y), begin, end, ToScratch{t, begin});
         });
     }

@@ -122,6 +122,17 @@ HWY_INLINE auto packSums(D32 d32, V32 lower, V32 upper) {
                                 hn::ShiftRight<kShift>(hn::Add(upper, half)));
 }
 
+/// As many samples as d16 has lanes, for the arithmetic.
+template <class D16>
+HWY_INLINE auto signedSamples(D16 d16, const std::uint8_t* samples) {
+    return hn::PromoteTo(d16, hn::LoadU(hn::Rebind<std::uint8_t, D16>(), samples));
+}
+template <class D16>
+HWY_INLINE auto signedSamples(D16 d16, const std::uint16_t* samples) {
+    const hn::RebindToUnsigned<D16> du16;
+    return hn::BitCast(d16, hn::Xor(hn::LoadU(du16, samples), hn::Set(du16, std::uint16_t{signedBias})));
+}
+
 /// Two vectors whose 16-byte blocks alternate go out in column order.
 template <class D, class V, class Sink>
 HWY_INLINE void putBlocks(D d16, int x, V even, V odd, const Sink& sink) {
@@ -220,17 +231,14 @@ void sumRows8(const RowTaps<std::uint8_t>& rows, int begin, int end, const Sink&
 
 template <int kShift, int kPairs, class Sink>
 void sumRows16(const RowTaps<std::uint16_t>& rows, int begin, int end, const Sink& sink) {
-    const hn::CappedTag<std::uint16_t, 16> du16;
-    const hn::RebindToSigned<decltype(du16)> d16;
+    const hn::CappedTag<std::int16_t, 16> d16;
     const hn::Repartition<std::int32_t, decltype(d16)> d32;
     const PairRows<kPairs, std::uint16_t> list(rows);
-    const auto bias = hn::Set(du16, std::uint16_t{signedBias});
     forEachVector(int(hn::Lanes(d16)), begin, end, [&](int x) HWY_ATTR {
         auto s0 = hn::Zero(d32), s1 = s0, r0 = s0, r1 = s0;
         for (int p = 0; p < list.pairs(); ++p) {
             const auto taps = hn::BitCast(d16, hn::Set(d32, list.taps(p)));
-            const auto a = hn::BitCast(d16, hn::Xor(hn::LoadU(du16, list.first(p) + x), bias));
-            const auto b = hn::BitCast(d16, hn::Xor(hn::LoadU(du16, list.second(p) + x), bias));
+            const auto a = signedSamples(d16, list.first(p) + x), b = signedSamples(d16, list.second(p) + x);
             addPairs(d32, hn::InterleaveLower(d16, a, b), taps, s0, r0);
             addPairs(d32, hn::InterleaveUpper(d16, a, b), taps, s1, r1);
         }

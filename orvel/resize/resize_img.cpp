@@ -66,19 +66,22 @@ bool planesMatch(const Img& dst, const Img& src, bool allowWide) noexcept {
     return true;
 }
 
-/// Rows of a plane, in bands of pairs of rows: two rows share the reading of the tables.
+/// Rows of a plane, in bands of whole strips.
 template <class Sample>
 class CResizeRows {
 public:
     CResizeRows(const ResizePlan& plan, PlaneView<const Sample> src, PlaneView<Sample> dst)
         : plan_(plan), src_(src), dst_(dst) {}
 
-    void operator()(const tbb::blocked_range<int>& pairs) const {
-        const int last = std::min(2 * pairs.end(), dst_.height);
-        require(primitives::resizeRows(plan_, src_, dst_, 2 * pairs.begin(), last), "resizeRows failed");
+    static int strips(int rows) { return rows / stripRows + (rows % stripRows != 0); }
+
+    void operator()(const tbb::blocked_range<int>& strips) const {
+        const int last = strips.end() <= dst_.height / stripRows ? stripRows * strips.end() : dst_.height;
+        require(primitives::resizeRows(plan_, src_, dst_, stripRows * strips.begin(), last), "resizeRows failed");
     }
 
 private:
+    static constexpr int stripRows = primitives::Strip::rows;
     const ResizePlan& plan_;
     PlaneView<const Sample> src_;
     PlaneView<Sample> dst_;
@@ -89,7 +92,7 @@ bool resizeRowsInParallel(const ResizePlan& plan, const Img& dst, int dstPlane, 
     const auto from = planeView<const Sample>(src, srcPlane);
     const auto to = planeView<Sample>(dst, dstPlane);
     return from.valid() && to.valid() &&
-           parallelRows(to.height / 2 + to.height % 2, CResizeRows<Sample>(plan, from, to));
+           parallelRows(CResizeRows<Sample>::strips(to.height), CResizeRows<Sample>(plan, from, to));
 }
 
 }  // namespace

@@ -118,17 +118,23 @@ TEST_P(ResizePlaneTest, VideoWidthsEqualTheFormulas) {
                                {1920, 4, 480, 1},
                                {1918, 6, 640, 2},
                                {1920, 5, 300, 5},
-                               {640, 12, 128, 2}}) {
+                               {640, 12, 128, 2},
+                               {701, 90, 263, 37}}) {
             compareBothDepths(method, s, rng);
             if (HasFatalFailure()) return;
         }
 }
 
-// Rows that take more than one tile of intermediate samples, and lists longer than a tile.
+// Rows that take more than one tile of intermediate samples, lists far apart, and lists longer than a strip or a tile.
 TEST_P(ResizePlaneTest, VeryWidePlanesEqualTheFormulas) {
     std::mt19937 rng(13);
     for (const ResizeMethod& method : allMethods())
-        for (const Sizes& s : {Sizes{9001, 3, 6007, 2}, {5000, 2, 7000, 3}, {12000, 2, 16, 1}, {9999, 2, 2, 2}}) {
+        for (const Sizes& s : {Sizes{9001, 3, 6007, 2},
+                               {5000, 2, 7000, 3},
+                               {1920, 5, 60, 2},
+                               {3000, 3, 20, 2},
+                               {12000, 2, 16, 1},
+                               {9999, 2, 2, 2}}) {
             compareBothDepths(method, s, rng);
             if (HasFatalFailure()) return;
         }
