@@ -6,6 +6,7 @@
 #define ORVEL_PRIMITIVES_ROW_LOOP_INL_H_
 #endif
 
+#include <cstddef>
 #include <cstdint>
 #include <type_traits>
 
@@ -16,10 +17,10 @@ HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// Calls body(d, x) for x = 0.. with whole vectors, then 8 lanes, then single samples.
-template <class T, class Body>
+/// Calls body(d, x) for x = 0.. with whole vectors of at most maxBytes, then 8 lanes, then single samples.
+template <class T, std::size_t maxBytes = HWY_MAX_BYTES, class Body>
 HWY_INLINE void forEachRun(int width, const Body& body) {
-    const hn::ScalableTag<T> full;
+    const hn::CappedTag<T, maxBytes / sizeof(T)> full;
     const hn::CappedTag<T, 8> eight;
     const hn::CappedTag<T, 1> one;
     const int nFull = static_cast<int>(hn::Lanes(full)), nEight = static_cast<int>(hn::Lanes(eight));
