@@ -10,11 +10,6 @@ namespace {
 
 using nlohmann::json;
 
-struct Repetitions {
-    std::string unit;
-    std::vector<double> perSecond;
-};
-
 /// The first four parts of "operation/size/threadsT/who/how it was timed".
 std::string nameOf(const json& run) {
     const std::string name = run.at("run_name");
@@ -23,8 +18,8 @@ std::string nameOf(const json& run) {
     return name.substr(0, end);
 }
 
-void addRun(const json& run, Measurements& into, std::map<std::string, Repetitions>& repetitions) {
-    if (run.at("run_type") != "iteration") return;  // the medians are made here, over all files
+void addRun(const json& run, Measurements& into) {
+    if (run.at("run_type") != "iteration") return;  // medians are made over all rounds
     const std::string name = nameOf(run);
     if (run.value("error_occurred", false)) {
         into.failures[name] = run.at("error_message");
@@ -32,7 +27,7 @@ void addRun(const json& run, Measurements& into, std::map<std::string, Repetitio
     }
     for (const auto& [key, value] : run.items())
         if (key.ends_with("/s")) {
-            Repetitions& of = repetitions[name];
+            Rate& of = into.rates[name];
             of.unit = key.substr(0, key.size() - 2);
             of.perSecond.push_back(value);
         }
@@ -69,17 +64,15 @@ double median(std::vector<double> values) {
 
 Measurements readMeasurements(const std::vector<std::filesystem::path>& files) {
     Measurements all;
-    std::map<std::string, Repetitions> repetitions;
     for (const auto& file : files) try {
             std::ifstream in(file);
             const json run = json::parse(in);
             addContext(run.at("context"), all);
-            for (const json& one : run.at("benchmarks")) addRun(one, all, repetitions);
+            for (const json& one : run.at("benchmarks")) addRun(one, all);
         } catch (const std::exception& e) {
             throw std::runtime_error(file.string() + ": " + e.what());
         }
-    for (const auto& [name, of] : repetitions)
-        if (!all.failures.contains(name)) all.rates[name] = {median(of.perSecond), of.unit};
+    for (const auto& [name, said] : all.failures) all.rates.erase(name);
     return all;
 }
 

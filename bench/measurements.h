@@ -8,10 +8,10 @@
 // What a run of the benchmark programs left in its JSON files.
 namespace Orvel::bench {
 
-/// What a benchmark counts a second, the median of its repetitions.
+/// What a benchmark counts a second.
 struct Rate {
-    double perSecond = 0;
-    std::string unit;  ///< "bytes", "pictures" or "blocks"
+    std::vector<double> perSecond;  ///< in the order of the rounds; at least one
+    std::string unit;               ///< "bytes", "pictures" or "blocks"
 };
 
 /// What a benchmark program writes into its results besides what every one does: where and with what it ran. "threads"
@@ -34,8 +34,8 @@ struct Measurements {
 /// The middle of the values, or the mean of the two in the middle. There must be one.
 double median(std::vector<double> values);
 
-/// Reads the files of one run. Throws std::runtime_error, naming the file, when one cannot be read, is no result of
-/// these benchmarks, or is from another machine, build or peer than the first.
+/// Reads the files of one run, in the order of its rounds. Throws std::runtime_error, naming the file, when one cannot
+/// be read, is no result of these benchmarks, or is from another machine, build or peer than the first.
 Measurements readMeasurements(const std::vector<std::filesystem::path>& files);
 
 }  // namespace Orvel::bench

@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 #include <stdexcept>
+#include <vector>
 
 #include "bench/report.h"
 
@@ -32,9 +33,14 @@ private:
     Outcome& outcome_;
 };
 
+/// The middle one of the rounds' ratios: what slows the machine down for a while slows both of a round.
 double ratio(const Rate& ours, const Rate& other, const std::string& name) {
     if (ours.unit != other.unit) throw std::runtime_error(name + ": " + ours.unit + " beside " + other.unit);
-    return ours.perSecond / other.perSecond;
+    if (ours.perSecond.size() != other.perSecond.size())
+        throw std::runtime_error(name + ": not all was measured in each round");
+    std::vector<double> ratios;
+    for (std::size_t i = 0; i < ours.perSecond.size(); ++i) ratios.push_back(ours.perSecond[i] / other.perSecond[i]);
+    return median(ratios);
 }
 
 void compareWithPeers(const PerformanceRow& row, Lookup& lookup, Outcome& outcome) {
@@ -166,7 +172,7 @@ Outcome outcomeOf(const PerformanceRow& row, const Measurements& measured) {
         const Rate *const all = lookup.find(ourselves, Threads::all), *const one = lookup.find(ourselves, Threads::one);
         if (all && one) outcome.figure = ratio(*all, *one, row.operation);
     } else if (const Rate* const ours = lookup.find(ourselves)) {
-        outcome.figure = ours->perSecond / 1e6;
+        outcome.figure = median(ours->perSecond) / 1e6;
         outcome.unit = ours->unit;
     }
     outcome.verdict = judge(row, outcome);

@@ -26,7 +26,7 @@ struct Outcome {
 };
 
 /// A peer that is missing leaves the verdict open, unless another one is too fast already.
-/// Throws std::runtime_error when two benchmarks of the row count different things.
+/// Throws std::runtime_error when two benchmarks of the row count different things, or not in the same rounds.
 Outcome outcomeOf(const PerformanceRow& row, const Measurements& measured);
 
 /// Date and machine, a table under each heading, and what is missing.

@@ -8,7 +8,8 @@ namespace Orvel::bench {
 
 enum class Threads { one, all };
 
-/// What a row's figure is. A rate is what a benchmark counts per second: bytes, pictures or blocks.
+/// What a row's figure is, the median over all rounds. A rate is what a benchmark counts per second: bytes, pictures or
+/// blocks.
 enum class Figure {
     ratio,    ///< our rate by that of the fastest peer
     rate,     ///< our rate, in millions

@@ -2,6 +2,7 @@
 // they reduce; the plain methods take their few taps at any ratio, as documented.
 #include <cmath>
 #include <memory>
+#include <vector>
 
 #include "bench/bench_support.h"
 #include "orvel/img/all_formats.h"
@@ -47,11 +48,16 @@ struct Pictures {
     Pictures(Size from, Size to) {
         padded(src, from);
         padded(dst, to);
-        for (int p = 0; p < src.numPlanes(); ++p)
-            for (int y = 0; y < src.getHeight(p); ++y)
-                for (int i = 0; i < src.getWidth(p) * src.getBpp(p); ++i)
-                    src.getPixel(p, y, 0)[i] =
-                        static_cast<std::uint8_t>(128 + 90 * std::sin(i * 0.05) + (i * 7 + y * 13) % 30);
+        for (int p = 0; p < src.numPlanes(); ++p) {
+            std::vector<double> wave(static_cast<std::size_t>(src.getWidth(p) * src.getBpp(p)));
+            for (std::size_t i = 0; i < wave.size(); ++i) wave[i] = 128 + 90 * std::sin(static_cast<double>(i) * 0.05);
+            for (int y = 0; y < src.getHeight(p); ++y) {
+                std::uint8_t* const row = src.getPixel(p, y, 0);
+                for (std::size_t i = 0; i < wave.size(); ++i)
+                    row[i] =
+                        static_cast<std::uint8_t>(wave[i] + static_cast<double>((i * 7 + std::size_t(y) * 13) % 30));
+            }
+        }
     }
     std::int64_t bytes() const { return pixelBytes(src) + pixelBytes(dst); }
 };

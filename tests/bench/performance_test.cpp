@@ -68,7 +68,7 @@ PerformanceRow ratioRow(std::vector<std::string> peers, std::optional<double> ta
     return {"Heading", "op", "1080p", Figure::ratio, Threads::one, std::move(peers), target};
 }
 
-TEST_F(PerformanceTest, TakesTheMedianOfEachBenchmarksRepetitions) {
+TEST_F(PerformanceTest, TakesTheRatesOfAllRounds) {
     EXPECT_EQ(median({3, 1, 2}), 2);
     EXPECT_EQ(median({8, 1, 2, 4}), 3);
     json first = result(), second = result();
@@ -76,8 +76,8 @@ TEST_F(PerformanceTest, TakesTheMedianOfEachBenchmarksRepetitions) {
     add(second, "noise/720p/1T/orvel/iterations:2", {2, 4}, "pictures");
     const Measurements all = readMeasurements({write("a.json", first.dump()), write("b.json", second.dump())});
     ASSERT_EQ(all.rates.size(), 2U);
-    EXPECT_EQ(all.rates.at("UYVYToI420 interlaced/1080p/2T/ffmpeg pp=lb").perSecond, 7);
-    EXPECT_EQ(all.rates.at("noise/720p/1T/orvel").perSecond, 3);
+    EXPECT_THAT(all.rates.at("UYVYToI420 interlaced/1080p/2T/ffmpeg pp=lb").perSecond, ElementsAre(5, 900, 7));
+    EXPECT_THAT(all.rates.at("noise/720p/1T/orvel").perSecond, ElementsAre(2, 4));
     EXPECT_EQ(all.rates.at("noise/720p/1T/orvel").unit, "pictures");
     EXPECT_EQ(all.allThreads, 2);
     EXPECT_EQ(all.loadBefore, 0.25);
@@ -117,6 +117,22 @@ TEST_F(PerformanceTest, ComparesWithTheFastestPeerAndNoOther) {
     }
     EXPECT_EQ(outcomeOf(ratioRow({"slow"}, 3.01), all).verdict, Verdict::missed);
     EXPECT_EQ(outcomeOf(ratioRow({"slow"}, {}), all).verdict, Verdict::noTarget);
+}
+
+TEST_F(PerformanceTest, ComparesWhatWasMeasuredInTheSameRound) {
+    json first = result(), second = result(), third = result();
+    for (const auto& [file, slowness] : {std::pair{&first, 1}, {&second, 10}, {&third, 5}}) {
+        add(*file, "op/1080p/1T/orvel", {30.0 / slowness});
+        add(*file, "op/1080p/1T/peer", {(file == &third ? 80.0 : 20.0) / slowness});
+    }
+    const auto files = {write("1.json", first.dump()), write("2.json", second.dump()), write("3.json", third.dump())};
+    EXPECT_EQ(outcomeOf(ratioRow({"peer"}, 1.5), readMeasurements(files)).figure, 1.5);
+    PerformanceRow rate = ratioRow({}, 1);
+    rate.figure = Figure::rate;
+    EXPECT_EQ(outcomeOf(rate, readMeasurements(files)).figure, 6e-6);
+
+    add(third, "op/1080p/1T/peer", {20});
+    EXPECT_THROW(outcomeOf(ratioRow({"peer"}, 1.5), measured(third)), std::runtime_error);
 }
 
 TEST_F(PerformanceTest, AMissingBenchmarkLeavesARowOpenUnlessItIsMissedAlready) {
