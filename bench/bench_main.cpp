@@ -23,11 +23,17 @@ extern "C" {
 namespace Orvel::bench {
 namespace {
 
-std::string cpuName() {
+/// What is said of the first core under this key.
+std::string cpuInfo(const std::string& key) {
     std::ifstream cpus("/proc/cpuinfo");
     for (std::string line; std::getline(cpus, line);)
-        if (line.starts_with("model name")) return line.substr(line.find(": ") + 2);
+        if (line.starts_with(key + "\t")) return line.substr(line.find(": ") + 2);
     return "unknown";
+}
+
+/// Names that virtual machines are given say little; family and model tell the generation.
+std::string cpuName() {
+    return cpuInfo("model name") + " (family " + cpuInfo("cpu family") + ", model " + cpuInfo("model") + ")";
 }
 
 std::string compiler() {
