@@ -203,6 +203,15 @@ TEST_P(ResizePlaneTest, WorkedPlanes) {
               (std::vector{2659, 2179, 5835, 23643, 46648, 48931, 31216, 18978}));
 }
 
+// Memory that ends with the last row, of an odd number of rows: nothing behind it is read.
+TEST_P(ResizePlaneTest, FlatPlanesStayFlat) {
+    for (const ResizeMethod& method : allMethods()) {
+        EXPECT_EQ(resized<std::uint8_t>(method, 45, 45, std::vector(45 * 45, 77), 20, 21), std::vector(20 * 21, 77));
+        EXPECT_EQ(resized<std::uint16_t>(method, 45, 45, std::vector(45 * 45, 7700), 20, 21),
+                  std::vector(20 * 21, 7700));
+    }
+}
+
 TEST(ResizePlane, RefusesWhatDoesNotFitThePlanInTheFixedOrder) {
     GuardedPlane<std::uint8_t> src(8, 6), dst(4, 3);
     const ConstViewU8 from = src.view();
