@@ -28,8 +28,9 @@ PairTable::PairTable(const TapTable& table, int together) {
     first_.resize(lists);
     end_.resize(lists);
     for (std::size_t i = 0; i < lists; ++i) {
-        first_[i] = piece(i).first / 2;
-        end_[i] = piece(i).last() / 2 + 1;
+        const Piece taps = piece(i);
+        first_[i] = taps.first / 2;
+        end_[i] = taps.last() / 2 + 1;
     }
     for (std::size_t i = lists - 1; i > 0; --i) first_[i - 1] = std::min(first_[i - 1], first_[i]);
     for (std::size_t i = 1; i < lists; ++i) end_[i] = std::max(end_[i], end_[i - 1]);
@@ -44,8 +45,9 @@ PairTable::PairTable(const TapTable& table, int together) {
     taps_.resize(lists * stride);
     std::vector<std::int16_t> list(2 * stride);
     for (std::size_t i = 0; i < lists; ++i) {
+        const Piece taps = piece(i);
         std::fill(list.begin(), list.end(), std::int16_t{0});
-        std::copy(piece(i).begin, piece(i).end, list.begin() + (piece(i).first - 2 * first_[i]));
+        std::copy(taps.begin, taps.end, list.begin() + (taps.first - 2 * first_[i]));
         std::memcpy(&taps_[i * stride], list.data(), list.size() * sizeof list[0]);
     }
 }

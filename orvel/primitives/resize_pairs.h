@@ -18,7 +18,7 @@ public:
     /// Gives as many neighbouring lists as `together` says, a divisor of group, the same pairs. Throws std::bad_alloc.
     PairTable(const TapTable& table, int together);
 
-    int groups() const noexcept { return static_cast<int>(first_.size()) / group; }
+    bool empty() const noexcept { return first_.empty(); }
     int first(int list) const noexcept { return first_[static_cast<std::size_t>(list)]; }
     int end(int list) const noexcept { return end_[static_cast<std::size_t>(list)]; }
     int pairs(int list) const noexcept { return end(list) - first(list); }

@@ -27,12 +27,17 @@ int widestBlock(const TapTable& table) noexcept {
 
 }  // namespace
 
-ColumnLayout::ColumnLayout(const TapTable& table, const PairTable& pairTable) {
+ColumnLayout::ColumnLayout(const TapTable& table) {
     if (!cutTiles(table)) return;
-    if (chooseWindows(table))
+    if (chooseWindows(table)) {
         layWindows(table);
-    else
-        form = pairTable.reach(group) + Strip::columns / 2 <= Strip::pairs ? Form::strips : Form::lists;
+        return;
+    }
+    form = Form::lists;
+    PairTable paired(table, Strip::listsTogether);
+    if (paired.reach(group) + Strip::columns / 2 > Strip::pairs) return;
+    form = Form::strips;
+    pairTable = std::move(paired);
 }
 
 /// @return false when strips are cheaper.
@@ -90,21 +95,30 @@ void ColumnLayout::layWindows(const TapTable& table) {
             start[static_cast<std::size_t>(b)] -= tile.begin;
 }
 
+namespace {
+
+/// The vertical lists of strips, if they share enough and fit.
+PairTable sharedRows(const TapTable& table) {
+    PairTable paired(table, 1);
+    const bool pays = paired.mostPairs() > 2 && paired.reach(Strip::rows) <= Strip::sourcePairs;
+    return pays ? std::move(paired) : PairTable();
+}
+
+}  // namespace
+
 Status ResizePlan::build(ResizeMethod method, int srcWidth, int srcHeight, int dstWidth, int dstHeight) {
     std::int64_t bytes = 0;
     if (const Status fault = resizeWorkBytes(method, srcWidth, srcHeight, dstWidth, dstHeight, bytes);
         fault != Status::ok)
         return fault;
     TapTable rows(method, srcHeight, dstHeight), columns(method, srcWidth, dstWidth);
-    PairTable rowPairs(rows, 1), columnPairs(columns, Strip::listsTogether);
-    ColumnLayout layout(columns, columnPairs);
+    ColumnLayout layout(columns);
+    PairTable rowPairs = layout.form == ColumnLayout::Form::strips ? sharedRows(rows) : PairTable();
     method_ = method;
-    sharesRows_ = rowPairs.mostPairs() > 2 && rowPairs.reach(Strip::rows) <= Strip::sourcePairs;
     rows_ = std::move(rows);
     columns_ = std::move(columns);
-    rowPairs_ = std::move(rowPairs);
-    columnPairs_ = std::move(columnPairs);
     layout_ = std::move(layout);
+    rowPairs_ = std::move(rowPairs);
     return Status::ok;
 }
 

@@ -24,7 +24,7 @@ struct Strip {
 /// samples with a byte shuffle. The blocks of a group stand in the order 0, 2, 1, 3, because packing two 256-bit
 /// vectors of sums joins their lower halves first.
 ///
-/// Form strips, for lists that are too long for that: the pair table is used, for all rows of a strip at once.
+/// Form strips, for lists that are too long for that: they stand in pairTable and serve all rows of a strip at once.
 ///
 /// Form lists, where a group needs more source samples than a strip holds: the plain tap table is used.
 ///
@@ -44,10 +44,10 @@ struct ColumnLayout {
     static constexpr int group = 16;
     static constexpr int block = 4;
     static constexpr int tileColumns = 4096;  ///< most source columns of a tile: 8 KB of 16-bit samples
-    static constexpr int tilePadding = 48;    ///< samples that loads may read behind a tile, with zero taps
+    static constexpr int tilePadding = 16;    ///< samples that windows may reach behind a tile, with zero taps
 
     ColumnLayout() = default;
-    ColumnLayout(const TapTable& table, const PairTable& pairTable);  ///< throws std::bad_alloc
+    explicit ColumnLayout(const TapTable& table);  ///< throws std::bad_alloc
 
     Form form = Form::chunks;
     Windows windows = Windows::one;
@@ -55,6 +55,7 @@ struct ColumnLayout {
     std::vector<std::int32_t> start;    ///< windows: [block], first source sample, from the tile's begin
     std::vector<std::uint8_t> shuffle;  ///< windows: [block][16], byte indices of the first pair; each next pair adds 4
     std::vector<std::int16_t> taps;     ///< windows: [group][half][pair][2 blocks][8]
+    PairTable pairTable;                ///< strips
     std::vector<Tile> tiles;
 
 private:
@@ -83,17 +84,15 @@ public:
     const TapTable& rows() const noexcept { return rows_; }        ///< vertical taps
     const TapTable& columns() const noexcept { return columns_; }  ///< horizontal taps
     const ColumnLayout& layout() const noexcept { return layout_; }
+    /// Vertical taps where the rows of a strip had better be made together: the layout has strips, and source rows
+    /// enough are in common but no more than fit. Otherwise empty.
     const PairTable& rowPairs() const noexcept { return rowPairs_; }
-    const PairTable& columnPairs() const noexcept { return columnPairs_; }
-    /// The rows of a strip have so much in common, and no more than fits, that they had better be made together.
-    bool sharesRows() const noexcept { return sharesRows_; }
 
 private:
     ResizeMethod method_;
     TapTable rows_, columns_;
-    PairTable rowPairs_, columnPairs_;
     ColumnLayout layout_;
-    bool sharesRows_ = false;
+    PairTable rowPairs_;
 };
 
 }  // namespace Orvel::primitives

@@ -67,9 +67,9 @@ void resizeBoth(const ResizePlan& plan, [[maybe_unused]] PlaneView<const Sample>
 #if HWY_TARGET != HWY_SCALAR
     if (plan.layout().form == ColumnLayout::Form::strips) {
         const auto byStrips = [&](const auto& makeRows) {
-            rowsByStrips<kShift>(plan.columnPairs(), src.width, dst, first, last, makeRows);
+            rowsByStrips<kShift>(plan.layout().pairTable, src.width, dst, first, last, makeRows);
         };
-        if (!plan.sharesRows())
+        if (plan.rowPairs().empty())
             return byStrips([&](int y, int n, int begin, int end, StripRows& t) {
                 for (int i = 0; i < n; ++i) vertical(y + i, begin, end, t.row[i]);
             });
