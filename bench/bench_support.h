@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench/turns.h"
 #include "orvel/img/working_set.h"
 
 namespace Orvel::bench {
@@ -65,20 +66,21 @@ void inBands(int threads, int rows, int unit, const Body& body) {
 }
 
 /// "limit": a plain copy that reads and writes as many bytes together as the operation does.
-inline void measureCopy(const std::string& operation, const std::string& size, int threads, std::int64_t bytes) {
-    struct Buffers {
-        std::vector<std::uint8_t> from, to;
-    };
+inline void measureCopy(const std::string& operation, const std::string& size, int threads, std::int64_t bytes,
+                        Origin origin = Origin::cache) {
+    using Bytes = std::vector<std::uint8_t>;
+    using Buffers = std::pair<Bytes, Bytes>;
     const auto half = static_cast<std::size_t>(bytes / 2);
-    const auto buffers =
-        std::make_shared<Buffers>(Buffers{std::vector<std::uint8_t>(half, 1), std::vector<std::uint8_t>(half)});
+    const auto make = [=] { return std::make_unique<Buffers>(Bytes(half, 1), Bytes(half)); };
+    const auto turns = std::make_shared<Turns<Buffers>>(turnsFor(origin, bytes), make);
     measure(operation, size, "copy", threads, bytes, [=] {
+        auto& [from, to] = turns->next();
         tbb::parallel_for(0, threads, [&](int i) {
             const std::size_t n = static_cast<std::size_t>(threads), k = static_cast<std::size_t>(i);
             const std::size_t first = half * k / n, last = half * (k + 1) / n;
-            std::memcpy(buffers->to.data() + first, buffers->from.data() + first, last - first);
+            std::memcpy(to.data() + first, from.data() + first, last - first);
         });
-        benchmark::DoNotOptimize(buffers->to.data());
+        benchmark::DoNotOptimize(to.data());
         return true;
     });
 }

@@ -1,6 +1,8 @@
 // Format conversions beside libyuv, swscale and a plain copy of the same bytes.
 #include <atomic>
+#include <cstdlib>
 #include <memory>
+#include <utility>
 
 #include "bench/bench_support.h"
 #include "orvel/convert/convert_img.h"
@@ -10,7 +12,6 @@
 #endif
 #ifdef ORVEL_WITH_SWSCALE
 extern "C" {
-#include <libavutil/frame.h>
 #include <libavutil/opt.h>
 #include <libswscale/swscale.h>
 }
@@ -20,15 +21,37 @@ namespace Orvel::bench {
 namespace {
 
 template <class T>
-std::shared_ptr<T> picture(Size size) {
-    auto img = std::make_shared<T>();
-    if (!img->allocate(size.width, size.height, T::getClassBpp())) std::abort();
-    for (int p = 0; p < img->numPlanes(); ++p)
-        for (int y = 0; y < img->getHeight(p); ++y)
-            for (int i = 0; i < img->getWidth(p) * img->getBpp(p); ++i)
-                img->getPixels(p)[std::ptrdiff_t{y} * img->getStep(p) + i] = static_cast<std::uint8_t>(i * 7 + y * 13);
-    return img;
+void allocate(T& img, Size size) {
+    if (!img.allocate(size.width, size.height, T::getClassBpp())) std::abort();
 }
+
+void fill(const Img& img) {
+    for (int p = 0; p < img.numPlanes(); ++p)
+        for (int y = 0; y < img.getHeight(p); ++y) {
+            std::uint8_t* const row = img.getPixels(p) + std::ptrdiff_t{y} * img.getStep(p);
+            const int bytes = img.getWidth(p) * img.getBpp(p);
+            for (int i = 0; i < bytes; ++i) row[i] = static_cast<std::uint8_t>(i * 7 + y * 13);
+        }
+}
+
+/// Source and result of a conversion.
+template <class Dst, class Src>
+struct Pictures {
+    explicit Pictures(Size size) {
+        allocate(dst, size);
+        allocate(src, size);
+    }
+    static std::unique_ptr<Pictures> filled(Size size) {
+        auto pictures = std::make_unique<Pictures>(size);
+        fill(pictures->dst);
+        fill(pictures->src);
+        return pictures;
+    }
+    std::int64_t bytes() const { return pixelBytes(dst) + pixelBytes(src); }
+
+    Dst dst;
+    Src src;
+};
 
 /// First byte of a plane's row, and bytes between rows: what every C interface asks for.
 std::uint8_t* at(const Img& img, int plane, int row) {
@@ -38,26 +61,20 @@ std::uint8_t* at(const Img& img, int plane, int row) {
 /// Who cuts the picture when there are several threads.
 enum class Cut { library, caller };
 
-/// One band of a picture and where it goes, as views.
-template <class Dst, class Src>
-struct Band {
-    Dst dst;
-    Src src;
-};
-
-/// As many bands of row pairs as inBands() makes of the picture.
-template <class Dst, class Src>
-auto bandsOf(const Dst& dst, const Src& src, Size size, int threads) {
-    auto bands = std::make_shared<std::vector<Band<Dst, Src>>>(static_cast<std::size_t>(threads));
-    const auto firstRow = [=](int band) { return size.height / 2 * band / threads * 2; };
-    for (int i = 0; i < threads; ++i) {
-        auto& band = (*bands)[static_cast<std::size_t>(i)];
-        const tagPOINT origin{0, firstRow(i)};
-        const tagSIZE extent{size.width, firstRow(i + 1) - firstRow(i)};
-        dst.getShadowRoi(band.dst, origin, extent);
-        src.getShadowRoi(band.src, origin, extent);
-    }
-    return bands;
+/// Runs convert(to, from) on as many bands of row pairs as there are threads, views that are made for it.
+template <class Dst, class Src, class Convert>
+bool onViews(const Dst& dst, const Src& src, int threads, const Convert& convert) {
+    std::atomic<bool> converted = true;
+    inBands(threads, src.getHeight(0), 2, [&](int first, int last) {
+        const tagPOINT origin{0, first};
+        const tagSIZE extent{src.getWidth(0), last - first};
+        Dst to;
+        Src from;
+        dst.getShadowRoi(to, origin, extent);
+        src.getShadowRoi(from, origin, extent);
+        if (!convert(to, from)) converted = false;
+    });
+    return converted;
 }
 
 /// Registers our conversion, the copy, and the peers given as (name, unit of rows, body(dst, src, first, last)).
@@ -69,31 +86,19 @@ struct Measured {
 
     template <class... Peers>
     void beside(const Peers&... peers) const {
-        for (Size size : {hd, uhd})
+        for (const auto& [size, origin] : {std::pair(hd, Origin::cache), {uhd, Origin::memory}}) {
+            const std::int64_t bytes = Pictures<Dst, Src>(size).bytes();
+            const auto make = [size = size] { return Pictures<Dst, Src>::filled(size); };
+            const auto turns = std::make_shared<Turns<Pictures<Dst, Src>>>(turnsFor(origin, bytes), make);
             for (int threads : threadCounts()) {
-                const auto src = picture<Src>(size);
-                const auto dst = picture<Dst>(size);
-                const std::int64_t bytes = pixelBytes(*src) + pixelBytes(*dst);
-                if (cut == Cut::caller && threads > 1)
-                    measureBands(size, threads, bytes, *dst, *src);
-                else
-                    measure(operation, size.name, "orvel", threads, bytes, [=, f = ours] { return f(*dst, *src); });
-                (peers(operation, size, threads, bytes, dst, src), ...);
-                measureCopy(operation, size.name, threads, bytes);
+                measure(operation, size.name, "orvel", threads, bytes, [=, cut = cut, convert = ours] {
+                    auto& [dst, src] = turns->next();
+                    return cut == Cut::caller && threads > 1 ? onViews(dst, src, threads, convert) : convert(dst, src);
+                });
+                (peers(operation, size, threads, bytes, turns), ...);
+                measureCopy(operation, size.name, threads, bytes, origin);
             }
-    }
-
-private:
-    void measureBands(Size size, int threads, std::int64_t bytes, const Dst& dst, const Src& src) const {
-        const auto bands = bandsOf(dst, src, size, threads);
-        measure(operation, size.name, "orvel", threads, bytes, [=, f = ours] {
-            std::atomic<bool> converted = true;
-            inBands(threads, threads, 1, [&](int band, int) {
-                auto& [to, from] = (*bands)[static_cast<std::size_t>(band)];
-                if (!f(to, from)) converted = false;
-            });
-            return converted.load();
-        });
+        }
     }
 };
 
@@ -112,42 +117,60 @@ Measured<Dst, Src, Ours> oursOnCaller(const char* operation, Ours f) {
 /// A peer without threads: body(dst, src, first row, last row) on bands.
 template <class Body>
 auto banded(const char* who, int unit, Body body) {
-    return [=](const char* operation, Size size, int threads, std::int64_t bytes, auto dst, auto src) {
+    return [=](const char* operation, Size size, int threads, std::int64_t bytes, auto turns) {
         measure(operation, size.name, who, threads, bytes, [=] {
-            inBands(threads, size.height, unit, [&](int first, int last) { body(*dst, *src, first, last); });
+            auto& pictures = turns->next();
+            inBands(threads, size.height, unit,
+                    [&](int first, int last) { body(pictures.dst, pictures.src, first, last); });
             return true;
         });
     };
 }
 
 #ifdef ORVEL_WITH_SWSCALE
-/// swscale with its own slice threads; chroma planes in file order (Cb, Cr). samples: of theirs in one of our pixels.
+/// A picture's planes from a row on as swscale wants them, chroma in file order (Cb, Cr), with as many rows as luma.
+struct SwsPlanes {
+    SwsPlanes(const Img& img, int row) {
+        const bool crFirst = img.getFormat() == YV16Img::getClassFormat();
+        for (int p = 0; p < img.numPlanes(); ++p) {
+            const int q = crFirst && p > 0 ? 3 - p : p;
+            data[p] = at(img, q, row);
+            step[p] = img.getStep(q);
+        }
+    }
+    std::uint8_t* data[4] = {};
+    int step[4] = {};
+};
+
+std::shared_ptr<SwsContext> swsContext(AVPixelFormat srcFormat, AVPixelFormat dstFormat, int width, int height) {
+    std::shared_ptr<SwsContext> context(sws_alloc_context(), sws_freeContext);
+    const auto option = [&](const char* name, int value) { av_opt_set_int(context.get(), name, value, 0); };
+    option("srcw", width), option("srch", height), option("src_format", srcFormat);
+    option("dstw", width), option("dsth", height), option("dst_format", dstFormat);
+    option("sws_flags", SWS_POINT);
+    return sws_init_context(context.get(), nullptr, nullptr) < 0 ? nullptr : context;
+}
+
+/// swscale with a context for each band. samples: of theirs in one of our pixels.
 auto swscale(AVPixelFormat srcFormat, AVPixelFormat dstFormat, int samples = 1) {
-    return [=](const char* operation, Size size, int threads, std::int64_t bytes, auto dst, auto src) {
-        const int width = size.width * samples;
-        const auto frame = [=](AVPixelFormat format, const Img& img) {
-            AVFrame* f = av_frame_alloc();
-            f->format = format;
-            f->width = width;
-            f->height = size.height;
-            const bool crFirst = img.getFormat() == YV16Img::getClassFormat();
-            for (int p = 0; p < img.numPlanes(); ++p) {
-                const int q = crFirst && p > 0 ? 3 - p : p;
-                f->data[p] = img.getPixels(q);
-                f->linesize[p] = img.getStep(q);
-            }
-            return std::shared_ptr<AVFrame>(f, [](AVFrame* old) { av_frame_free(&old); });
-        };
-        std::shared_ptr<SwsContext> context(sws_alloc_context(), sws_freeContext);
-        const auto option = [&](const char* name, int value) { av_opt_set_int(context.get(), name, value, 0); };
-        option("srcw", width), option("srch", size.height), option("src_format", srcFormat);
-        option("dstw", width), option("dsth", size.height), option("dst_format", dstFormat);
-        option("sws_flags", SWS_POINT), option("threads", threads);
-        if (sws_init_context(context.get(), nullptr, nullptr) < 0) return;
-        const auto from = frame(srcFormat, *src), to = frame(dstFormat, *dst);
-        measure(operation, size.name, "swscale", threads, bytes, [=, keep = std::pair(dst, src)] {
-            // Without buffers of its own a frame goes through the slice interface.
-            return sws_scale(context.get(), from->data, from->linesize, 0, from->height, to->data, to->linesize) > 0;
+    return [=](const char* operation, Size size, int threads, std::int64_t bytes, auto turns) {
+        const auto firstRow = [=](int band) { return size.height * band / threads; };
+        std::vector<std::shared_ptr<SwsContext>> contexts;
+        for (int i = 0; i < threads; ++i) {
+            const int rows = firstRow(i + 1) - firstRow(i);
+            contexts.push_back(swsContext(srcFormat, dstFormat, size.width * samples, rows));
+            if (!contexts.back()) return;
+        }
+        measure(operation, size.name, "swscale", threads, bytes, [=] {
+            auto& pictures = turns->next();
+            std::atomic<bool> converted = true;
+            inBands(threads, threads, 1, [&](int band, int) {
+                const int first = firstRow(band), rows = firstRow(band + 1) - first;
+                const SwsPlanes from(pictures.src, first), to(pictures.dst, first);
+                SwsContext* const context = contexts[static_cast<std::size_t>(band)].get();
+                if (sws_scale(context, from.data, from.step, 0, rows, to.data, to.step) != rows) converted = false;
+            });
+            return converted.load();
         });
     };
 }
