@@ -11,24 +11,33 @@
 namespace Orvel::bench {
 namespace {
 
-const std::filesystem::path file = std::filesystem::path(testing::TempDir()) / "report_test.md";
+/// A file of the test's own: tests run side by side.
+class ReportTest : public testing::Test {
+protected:
+    ~ReportTest() override {
+        std::error_code ignored;
+        std::filesystem::remove(file, ignored);
+    }
 
-void write(const std::string& text) {
-    std::ofstream(file, std::ios::binary) << text;
-}
+    void write(const std::string& text) { std::ofstream(file, std::ios::binary) << text; }
 
-std::string read() {
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
+    std::string read() {
+        std::ifstream in(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
 
-TEST(ReportTest, FiguresAreRoundedAndWithoutErrorExact) {
+    const std::filesystem::path file =
+        std::filesystem::path(testing::TempDir()) /
+        (std::string("report_test_") + testing::UnitTest::GetInstance()->current_test_info()->name() + ".md");
+};
+
+TEST(Report, FiguresAreRoundedAndWithoutErrorExact) {
     EXPECT_EQ(fixed(38.546, 2), "38.55");
     EXPECT_EQ(fixed(-0.25, 1), "-0.2");
     EXPECT_EQ(fixed(std::numeric_limits<double>::infinity(), 2), "exact");
 }
 
-TEST(ReportTest, ReplacesItsSectionAndNoOther) {
+TEST_F(ReportTest, ReplacesItsSectionAndNoOther) {
     const std::string before = "prose\n<!-- a: written by me -->\n", between = "<!-- a ends -->\nmore\n",
                       other = "<!-- a b: written by me -->\nkept\n<!-- a b ends -->\n";
     write(before + "old\n" + between + other);
@@ -36,10 +45,9 @@ TEST(ReportTest, ReplacesItsSectionAndNoOther) {
     EXPECT_EQ(read(), before + "\nnew\n" + between + other);
     replaceMarked(file, "a", "newer\n");
     EXPECT_EQ(read(), before + "\nnewer\n" + between + other);
-    std::filesystem::remove(file);
 }
 
-TEST(ReportTest, RefusesATextWithoutTheMarkersAndLeavesItAsItWas) {
+TEST_F(ReportTest, RefusesATextWithoutTheMarkersAndLeavesItAsItWas) {
     for (const std::string text :
          {"", "<!-- a: written by me -->\n", "<!-- a ends -->\n<!-- a: written by me -->\n",
           "<!-- b: written by me -->\n<!-- b ends -->\n", "<!-- a: written by me <!-- a ends -->"}) {
