@@ -48,7 +48,7 @@ PlaneView<T> lines(const Img& img, int plane, int samples, FieldFrameSelect sel)
 }
 
 /// Rows that stay together: mixing one takes little longer than starting a band.
-constexpr int unit = 16;
+constexpr int unit = 64;
 
 /// out = a laid over b with a constant weight, on units [begin, end).
 template <class T>
