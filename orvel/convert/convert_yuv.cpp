@@ -44,11 +44,11 @@ using Out = std::uint8_t;
 
 // How to store, where the primitive lets its caller say, comes last.
 template <class F, class... How>
-Status unpack(F* primitive, PlaneView<In> from, const PlanarBand<Out>& to, How... how) {
+Status unpack(F* primitive, const PlaneView<In>& from, const PlanarBand<Out>& to, How... how) {
     return primitive(from, to.y, to.cb, to.cr, how...);
 }
 template <class F, class... How>
-Status pack(F* primitive, const PlanarBand<In>& from, PlaneView<Out> to, How... how) {
+Status pack(F* primitive, const PlanarBand<In>& from, const PlaneView<Out>& to, How... how) {
     return primitive(from.y, from.cb, from.cr, to, how...);
 }
 template <class F, class... How>
@@ -134,7 +134,7 @@ void ConvertImg::CI420ToYV16_interlaced::operator()(const Units& groups) const {
     const Rows rows(groups, 4);
     const int width = src_->getWidth(0);
     require(replane(primitives::planar420ToPlanar422Interlaced, i420<In>(*src_, width, rows),
-                    yv16<Out>(*dst_, width, rows)),
+                    yv16<Out>(*dst_, width, rows), storesFor(*src_, *dst_)),
             "ippiYCbCr420To422_Interlace_8u_P3R failed");
 }
 
@@ -216,7 +216,7 @@ bool ConvertImg::I420ToUYVY(UYVYImg& dst, const I420Img& src, bool interlaced) {
     // Pictures below one group of rows are refused here and still count as converted.
     static_cast<void>(pack(primitives::planar420ToUyvyInterlaced,
                            planarBand<In>(src, i420Chroma, 2, width, 0, height - height % 2),
-                           part<Out>(dst, 0, 2 * width, 0, height - height % 2)));
+                           part<Out>(dst, 0, 2 * width, 0, height - height % 2), storesFor(src, dst)));
     return convertRemainder<CI420ToUYVY_progressive>(dst, src);
 }
 

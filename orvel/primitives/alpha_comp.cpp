@@ -16,13 +16,13 @@ namespace Orvel::primitives::HWY_NAMESPACE {
 
 /// dst = blend(d, over, under), whole cache lines at a time.
 template <class T, class Blend>
-HWY_INLINE void forEachPair(PlaneView<const T> over, PlaneView<const T> under, PlaneView<T> dst, Stores stores,
-                            const Blend& blend) {
+HWY_INLINE void forEachPair(const PlaneView<const T>& over, const PlaneView<const T>& under, const PlaneView<T>& dst,
+                            Stores stores, const Blend& blend) {
     const auto rows = [&](auto how) HWY_ATTR {
         for (int y = 0; y < dst.height; ++y) {
             const T *a = over.row(y), *b = under.row(y);
             T* out = dst.row(y);
-            forEachLine<T>(dst.width, [&](auto d, int x, auto count) HWY_ATTR {
+            forEachLine<T, movingBytes<how()>>(dst.width, [&](auto d, int x, auto count) HWY_ATTR {
                 const int n = static_cast<int>(hn::Lanes(d));
                 if constexpr (how() == Stores::streaming && count() > 1)
                     for (const T* from : {a, b}) prefetchAhead(reinterpret_cast<const std::uint8_t*>(from + x), 64);
@@ -63,13 +63,14 @@ HWY_INLINE V blendPlain(D d, V a, V b, std::uint8_t weight) {
 }
 
 #if ORVEL_BYTE_PRODUCTS
-/// The same for whole vectors: both products and their sum by one instruction, on samples less 128, whose weighted sum
-/// is 255 * 128 less and fits 16 bits. What is missing to t is then 32768, the sum's top bit flipped.
-HWY_INLINE FullU8 blendFull(FullU8 a, FullU8 b, std::uint8_t weight) {
-    const hn::ScalableTag<std::uint8_t> d;
-    const hn::ScalableTag<std::int8_t> ds;
-    const hn::ScalableTag<std::uint16_t> d16;
-    const hn::ScalableTag<std::int16_t> ds16;
+/// The same for vectors of at least 16 bytes: both products and their sum by one instruction, on samples less 128,
+/// whose weighted sum is 255 * 128 less and fits 16 bits. What is missing to t is then 32768, the sum's top bit
+/// flipped.
+template <class D, class V>
+HWY_INLINE V blendLong(D d, V a, V b, std::uint8_t weight) {
+    const hn::RebindToSigned<D> ds;
+    const hn::RepartitionToWide<D> d16;
+    const hn::RebindToSigned<decltype(d16)> ds16;
     const auto weights = hn::BitCast(d, hn::Set(d16, static_cast<std::uint16_t>((255 - weight) << 8 | weight)));
     const auto lessA = hn::Xor(a, hn::Set(d, 128)), lessB = hn::Xor(b, hn::Set(d, 128));
     const auto quotient = [&](auto pairs) HWY_ATTR {
@@ -80,16 +81,18 @@ HWY_INLINE FullU8 blendFull(FullU8 a, FullU8 b, std::uint8_t weight) {
 }
 #endif
 
-void alphaComp8Rows(ConstViewU8 over, std::uint8_t weight, ConstViewU8 under, ViewU8 dst, Stores stores) {
+void alphaComp8Rows(const ConstViewU8& over, std::uint8_t weight, const ConstViewU8& under, const ViewU8& dst,
+                    Stores stores) {
     forEachPair(over, under, dst, stores, [weight](auto d, auto a, auto b) HWY_ATTR {
 #if ORVEL_BYTE_PRODUCTS
-        if constexpr (hn::MaxLanes(d) == hn::MaxLanes(hn::ScalableTag<std::uint8_t>())) return blendFull(a, b, weight);
+        if constexpr (hn::MaxLanes(d) >= 16) return blendLong(d, a, b, weight);
 #endif
         return blendPlain(d, a, b, weight);
     });
 }
 
-void alphaComp16Rows(ConstViewU16 over, std::uint16_t weight, ConstViewU16 under, ViewU16 dst, Stores stores) {
+void alphaComp16Rows(const ConstViewU16& over, std::uint16_t weight, const ConstViewU16& under, const ViewU16& dst,
+                     Stores stores) {
     // The smaller sample plus its weighted distance to the larger one: everything but the product fits 16 bits, and of
     // the product p the rounded quotient by 65535 is (t + (t >> 16)) >> 16 with t = p + 32768.
     forEachPair(over, under, dst, stores, [weight](auto d, auto a, auto b) HWY_ATTR {
@@ -115,17 +118,23 @@ namespace Orvel::primitives {
 HWY_EXPORT(alphaComp8Rows);
 HWY_EXPORT(alphaComp16Rows);
 
-Status alphaComp(ConstViewU8 over, std::uint8_t weight, ConstViewU8 under, ViewU8 dst, Stores stores) noexcept {
+Status alphaComp(const ConstViewU8& over, std::uint8_t weight, const ConstViewU8& under, const ViewU8& dst,
+                 Stores stores) noexcept {
     if (const Status fault = checkSameSize(dst, over, under); fault != Status::ok) return fault;
-    joinRows(over, under, dst);
-    HWY_DYNAMIC_DISPATCH(alphaComp8Rows)(over, weight, under, dst, stores);
+    const auto rows = [=](const ConstViewU8& a, const ConstViewU8& b, const ViewU8& to) {
+        HWY_DYNAMIC_DISPATCH(alphaComp8Rows)(a, weight, b, to, stores);
+    };
+    onJoinedRows(rows, over, under, dst);
     return Status::ok;
 }
 
-Status alphaComp(ConstViewU16 over, std::uint16_t weight, ConstViewU16 under, ViewU16 dst, Stores stores) noexcept {
+Status alphaComp(const ConstViewU16& over, std::uint16_t weight, const ConstViewU16& under, const ViewU16& dst,
+                 Stores stores) noexcept {
     if (const Status fault = checkSameSize(dst, over, under); fault != Status::ok) return fault;
-    joinRows(over, under, dst);
-    HWY_DYNAMIC_DISPATCH(alphaComp16Rows)(over, weight, under, dst, stores);
+    const auto rows = [=](const ConstViewU16& a, const ConstViewU16& b, const ViewU16& to) {
+        HWY_DYNAMIC_DISPATCH(alphaComp16Rows)(a, weight, b, to, stores);
+    };
+    onJoinedRows(rows, over, under, dst);
     return Status::ok;
 }
 

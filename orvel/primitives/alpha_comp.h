@@ -10,10 +10,10 @@ namespace Orvel::primitives {
 // place on either source allowed. The 16-bit weight that equals an 8-bit one is 257 times it.
 
 /// max = 255.
-Status alphaComp(ConstViewU8 over, std::uint8_t weight, ConstViewU8 under, ViewU8 dst,
+Status alphaComp(const ConstViewU8& over, std::uint8_t weight, const ConstViewU8& under, const ViewU8& dst,
                  Stores stores = Stores::cached) noexcept;
 /// max = 65535.
-Status alphaComp(ConstViewU16 over, std::uint16_t weight, ConstViewU16 under, ViewU16 dst,
+Status alphaComp(const ConstViewU16& over, std::uint16_t weight, const ConstViewU16& under, const ViewU16& dst,
                  Stores stores = Stores::cached) noexcept;
 
 }  // namespace Orvel::primitives

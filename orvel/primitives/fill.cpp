@@ -14,17 +14,17 @@ HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
 
 template <class T>
-HWY_INLINE void setEveryRow(PlaneView<T> dst, T value) {
+HWY_INLINE void setEveryRow(const PlaneView<T>& dst, T value) {
     for (int y = 0; y < dst.height; ++y) {
         T* out = dst.row(y);
         forEachRun<T>(dst.width, [=](auto d, int x) HWY_ATTR { hn::StoreU(hn::Set(d, value), d, out + x); });
     }
 }
 
-void setRows16(ViewU16 dst, std::uint16_t value) {
+void setRows16(const ViewU16& dst, std::uint16_t value) {
     setEveryRow(dst, value);
 }
-void setRows32(PlaneView<std::uint32_t> dst, std::uint32_t value) {
+void setRows32(const PlaneView<std::uint32_t>& dst, std::uint32_t value) {
     setEveryRow(dst, value);
 }
 
@@ -36,18 +36,20 @@ namespace Orvel::primitives {
 namespace {
 
 template <class T>
-Status check(PlaneView<T> dst) {
+Status check(const PlaneView<T>& dst) {
     if (dst.base == nullptr) return Status::nullPointer;
     return dst.valid() ? Status::ok : Status::badSize;
 }
 
 template <class T>
-Status copySamples(PlaneView<const T> src, PlaneView<T> dst) {
+Status copySamples(const PlaneView<const T>& src, const PlaneView<T>& dst) {
     if (src.base == nullptr || dst.base == nullptr) return Status::nullPointer;
     if (!dst.valid() || !sameSize(src, dst)) return Status::badSize;
-    joinRows(src, dst);
-    const std::size_t rowBytes = std::size_t(dst.width) * sizeof(T);
-    for (int y = 0; y < dst.height; ++y) std::memcpy(dst.row(y), src.row(y), rowBytes);
+    const auto copyRows = [](const PlaneView<const T>& from, const PlaneView<T>& to) {
+        const std::size_t rowBytes = std::size_t(to.width) * sizeof(T);
+        for (int y = 0; y < to.height; ++y) std::memcpy(to.row(y), from.row(y), rowBytes);
+    };
+    onJoinedRows(copyRows, src, dst);
     return Status::ok;
 }
 
@@ -56,41 +58,41 @@ Status copySamples(PlaneView<const T> src, PlaneView<T> dst) {
 HWY_EXPORT(setRows16);
 HWY_EXPORT(setRows32);
 
-Status set(ViewU8 dst, std::uint8_t value) noexcept {
+Status set(const ViewU8& dst, std::uint8_t value) noexcept {
     if (const Status fault = check(dst); fault != Status::ok) return fault;
-    joinRows(dst);
-    for (int y = 0; y < dst.height; ++y) std::memset(dst.row(y), value, std::size_t(dst.width));
+    const auto setRows = [value](const ViewU8& rows) {
+        for (int y = 0; y < rows.height; ++y) std::memset(rows.row(y), value, std::size_t(rows.width));
+    };
+    onJoinedRows(setRows, dst);
     return Status::ok;
 }
 
-Status set(ViewU16 dst, std::uint16_t value) noexcept {
+Status set(const ViewU16& dst, std::uint16_t value) noexcept {
     if (const Status fault = check(dst); fault != Status::ok) return fault;
-    joinRows(dst);
-    HWY_DYNAMIC_DISPATCH(setRows16)(dst, value);
+    onJoinedRows([value](const auto& rows) { HWY_DYNAMIC_DISPATCH(setRows16)(rows, value); }, dst);
     return Status::ok;
 }
 
-Status set(PlaneView<std::uint32_t> dst, std::uint32_t value) noexcept {
+Status set(const PlaneView<std::uint32_t>& dst, std::uint32_t value) noexcept {
     if (const Status fault = check(dst); fault != Status::ok) return fault;
-    joinRows(dst);
-    HWY_DYNAMIC_DISPATCH(setRows32)(dst, value);
+    onJoinedRows([value](const auto& rows) { HWY_DYNAMIC_DISPATCH(setRows32)(rows, value); }, dst);
     return Status::ok;
 }
 
-Status set(PlaneView<std::int16_t> dst, std::int16_t value) noexcept {
+Status set(const PlaneView<std::int16_t>& dst, std::int16_t value) noexcept {
     const ViewU16 bits{reinterpret_cast<std::uint16_t*>(dst.base), dst.step, dst.width, dst.height};
     return set(bits, static_cast<std::uint16_t>(value));
 }
 
-Status set(PlaneView<std::int32_t> dst, std::int32_t value) noexcept {
+Status set(const PlaneView<std::int32_t>& dst, std::int32_t value) noexcept {
     const PlaneView<std::uint32_t> bits{reinterpret_cast<std::uint32_t*>(dst.base), dst.step, dst.width, dst.height};
     return set(bits, static_cast<std::uint32_t>(value));
 }
 
-Status copy(ConstViewU8 src, ViewU8 dst) noexcept {
+Status copy(const ConstViewU8& src, const ViewU8& dst) noexcept {
     return copySamples(src, dst);
 }
-Status copy(ConstViewU16 src, ViewU16 dst) noexcept {
+Status copy(const ConstViewU16& src, const ViewU16& dst) noexcept {
     return copySamples(src, dst);
 }
 

@@ -179,9 +179,7 @@ HWY_INLINE void packOddPixel(const std::uint8_t* y, std::uint8_t* packed, int wi
 template <PackedLayout layout, Stores stores>
 HWY_INLINE void packRow(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr, std::uint8_t* packed,
                         int width) {
-    // In the cache, bringing four blocks into order costs more than vectors of that many save.
-    constexpr std::size_t maxBytes = stores == Stores::cached ? 32 : HWY_MAX_BYTES;
-    forEachRun<std::uint8_t, maxBytes>(width / 2, [=](auto d, int pair) HWY_ATTR {
+    forEachRun<std::uint8_t, movingBytes<stores>>(width / 2, [=](auto d, int pair) HWY_ATTR {
         if constexpr (stores == Stores::streaming) {
             prefetchAhead(y + 2 * pair, 2 * hn::Lanes(d));
             prefetchAhead(cb + pair, hn::Lanes(d));

@@ -28,7 +28,7 @@ enum class Pairing { neighbours, fieldRows };
 /// The luma of a row alone.
 template <PackedLayout layout>
 HWY_INLINE void unpackLuma(const std::uint8_t* packed, std::uint8_t* y, int width) {
-    forEachRun<std::uint8_t>(width / 2, [=](auto d, int pair) HWY_ATTR {
+    forEachRun<std::uint8_t, 32>(width / 2, [=](auto d, int pair) HWY_ATTR {
         storeLuma<Stores::cached>(d, loadSplit<layout>(d, packed + 4 * pair), y + 2 * pair);
     });
 }
@@ -40,8 +40,8 @@ HWY_INLINE void unpackLuma(const std::uint8_t* packed, std::uint8_t* y, int widt
 /// chroma is taken, and fewer rows side by side run faster. Otherwise everything is made in one pass: past the cache
 /// the next pair of rows is fetched meanwhile, and rows of fields are no sequence that a processor would foresee.
 template <PackedLayout layout, Pairing pairing, class RowsOf, class Mean>
-HWY_INLINE void reduceRows(int count, const RowsOf& rowsOf, const Mean& mean, ConstViewU8 packed, ViewU8 y, ViewU8 cb,
-                           ViewU8 cr, Stores stores) {
+HWY_INLINE void reduceRows(int count, const RowsOf& rowsOf, const Mean& mean, const ConstViewU8& packed,
+                           const ViewU8& y, const ViewU8& cb, const ViewU8& cr, Stores stores) {
     const auto rows = [&](auto how) HWY_ATTR {
         constexpr bool streaming = how() == Stores::streaming;
         constexpr bool lumaAhead = !streaming && pairing == Pairing::neighbours;
@@ -51,7 +51,7 @@ HWY_INLINE void reduceRows(int count, const RowsOf& rowsOf, const Mean& mean, Co
             const std::uint8_t *next0 = packed.row(next.first), *next1 = packed.row(next.second);
             std::uint8_t *y0 = y.row(pair.first), *y1 = y.row(pair.second), *u = cb.row(k), *v = cr.row(k);
             if constexpr (lumaAhead) unpackLuma<layout>(in0, y0, y.width);
-            forEachRun<std::uint8_t>(y.width / 2, [=](auto d, int x) HWY_ATTR {
+            forEachRun<std::uint8_t, lumaAhead ? 32 : HWY_MAX_BYTES>(y.width / 2, [=](auto d, int x) HWY_ATTR {
                 if constexpr (streaming) {
                     prefetchLines(next0 + 4 * x, 4 * hn::Lanes(d));
                     prefetchLines(next1 + 4 * x, 4 * hn::Lanes(d));

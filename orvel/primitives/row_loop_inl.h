@@ -40,14 +40,15 @@ inline constexpr int vectorsPerLine = [] {
 /// Like forEachRun, but whole cache lines first: body(d, x, count) is called for `count` vectors from x on, count being
 /// a std::integral_constant. Loads of a line before its stores, and stores that fill a line at once, run faster out of
 /// the outer caches and memory.
-template <class T, class Body>
+template <class T, std::size_t maxBytes = HWY_MAX_BYTES, class Body>
 HWY_INLINE void forEachLine(int width, const Body& body) {
-    const hn::ScalableTag<T> full;
-    constexpr int count = vectorsPerLine<hn::ScalableTag<T>>;
+    const hn::CappedTag<T, maxBytes / sizeof(T)> full;
+    constexpr int count = vectorsPerLine<decltype(full)>;
     const int step = static_cast<int>(hn::Lanes(full)) * count;
     int x = 0;
     for (; x + step <= width; x += step) body(full, x, std::integral_constant<int, count>());
-    forEachRun<T>(width - x, [=](auto d, int rest) HWY_ATTR { body(d, x + rest, std::integral_constant<int, 1>()); });
+    forEachRun<T, maxBytes>(width - x,
+                            [=](auto d, int rest) HWY_ATTR { body(d, x + rest, std::integral_constant<int, 1>()); });
 }
 
 /// Asks the cache for the lines of `bytes` bytes from p on, which needn't be there at all.

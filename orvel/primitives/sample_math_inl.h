@@ -22,6 +22,12 @@ HWY_INLINE V floorMean(V a, V b) {
     return hn::Not(hn::AverageRound(hn::Not(a), hn::Not(b)));
 }
 
+/// (2 a + b + c) >> 2, which is floorMean(a, floorMean(b, c)) without turning complements back on the way.
+template <class V>
+HWY_INLINE V floorMean(V a, V b, V c) {
+    return hn::Not(hn::AverageRound(hn::Not(a), hn::AverageRound(hn::Not(b), hn::Not(c))));
+}
+
 /// |a - b|: one of the two saturating differences is zero, the other is the answer.
 template <class V>
 HWY_INLINE V absDifference(V a, V b) {

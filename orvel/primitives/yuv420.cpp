@@ -7,29 +7,16 @@
 #define HWY_TARGET_INCLUDE "orvel/primitives/yuv420.cpp"
 #include <hwy/foreach_target.h>  // re-includes this file once per target
 #include <hwy/highway.h>
+#include "orvel/primitives/copy_rows_inl.h"
 #include "orvel/primitives/packed_422_inl.h"
 #include "orvel/primitives/reduce_rows_inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Orvel::primitives::HWY_NAMESPACE {
 
-/// Copies width bytes to each of the rows out.
-template <Stores stores, class... Out>
-HWY_INLINE void copyRow(const std::uint8_t* src, int width, Out*... out) {
-    forEachLine<std::uint8_t>(width, [=](auto d, int x, auto vectors) HWY_ATTR {
-        const int n = static_cast<int>(hn::Lanes(d));
-        if constexpr (stores == Stores::streaming) prefetchAhead(src + x, vectors() * hn::Lanes(d));
-        hn::Vec<decltype(d)> v[vectors()];
-        for (int i = 0; i < vectors(); ++i) v[i] = hn::LoadU(d, src + x + i * n);
-        const auto putTo = [&](std::uint8_t* to) HWY_ATTR {
-            for (int i = 0; i < vectors(); ++i) put<stores>(v[i], d, to + x + i * n);
-        };
-        (..., putTo(out));
-    });
-}
-
 template <PackedLayout layout>
-HWY_INLINE void reduceToMeans(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
+HWY_INLINE void reduceToMeans(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
+                              Stores stores) {
     const auto rowsOf = [](int k) HWY_ATTR { return RowPair{2 * k, 2 * k + 1}; };
     const auto mean = [](auto a, auto b) HWY_ATTR { return hn::AverageRound(a, b); };
     reduceRows<layout, Pairing::neighbours>(y.height / 2, rowsOf, mean, packed, y, cb, cr, stores);
@@ -38,7 +25,8 @@ HWY_INLINE void reduceToMeans(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr
 /// One packed row at a time: the chroma row is still in the nearest cache when it is needed again, and a single stream
 /// of stores runs faster than two side by side.
 template <PackedLayout layout>
-HWY_INLINE void enlargeRows(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) {
+HWY_INLINE void enlargeRows(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr, const ViewU8& packed,
+                            Stores stores) {
     const auto rows = [&](auto how) HWY_ATTR {
         for (int i = 0; i < y.height / 2 * 2; ++i)
             packRow<layout, how()>(y.row(i), cb.row(i / 2), cr.row(i / 2), packed.row(i), y.width);
@@ -46,31 +34,29 @@ HWY_INLINE void enlargeRows(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU
     withStores(stores, rows, packed);
 }
 
-void reducePicture(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
+void reducePicture(PackedLayout layout, const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
+                   Stores stores) {
     const auto reduce =
         layout == PackedLayout::uyvy ? reduceToMeans<PackedLayout::uyvy> : reduceToMeans<PackedLayout::yuyv>;
     reduce(packed, y, cb, cr, stores);
 }
 
-void enlargePicture(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) {
+void enlargePicture(PackedLayout layout, const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr,
+                    const ViewU8& packed, Stores stores) {
     const auto rows = layout == PackedLayout::uyvy ? enlargeRows<PackedLayout::uyvy> : enlargeRows<PackedLayout::yuyv>;
     rows(y, cb, cr, packed, stores);
 }
 
 /// Rows 2k and 2k + 1 of dst become row k of src.
-void repeatRows(ConstViewU8 src, ViewU8 dst, int rows, Stores stores) {
+void repeatRows(const ConstViewU8& src, const ViewU8& dst, int rows, Stores stores) {
     const auto pairs = [&](auto how) HWY_ATTR {
         for (int k = 0; k < rows / 2; ++k) copyRow<how()>(src.row(k), dst.width, dst.row(2 * k), dst.row(2 * k + 1));
     };
     withStores(stores, pairs, dst);
 }
 
-/// src and dst are equally large.
-void copyRows(ConstViewU8 src, ViewU8 dst, Stores stores) {
-    const auto rows = [&](auto how) HWY_ATTR {
-        for (int y = 0; y < dst.height; ++y) copyRow<how()>(src.row(y), dst.width, dst.row(y));
-    };
-    withStores(stores, rows, dst);
+void copyLuma(const ConstViewU8& src, const ViewU8& dst, Stores stores) {
+    copyRows(src, dst, stores);
 }
 
 }  // namespace Orvel::primitives::HWY_NAMESPACE
@@ -81,7 +67,7 @@ namespace Orvel::primitives {
 HWY_EXPORT(reducePicture);
 HWY_EXPORT(enlargePicture);
 HWY_EXPORT(repeatRows);
-HWY_EXPORT(copyRows);
+HWY_EXPORT(copyLuma);
 
 namespace {
 
@@ -98,13 +84,15 @@ Status check(const Packed& packed, const Plane& y, const Plane& cb, const Plane&
     return fits ? Status::ok : Status::badSize;
 }
 
-Status reduce(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
+Status reduce(PackedLayout layout, const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
+              Stores stores) {
     if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
     HWY_DYNAMIC_DISPATCH(reducePicture)(layout, packed, y, cb, cr, stores);
     return answerFor(evenPart(y.height), y.height);
 }
 
-Status enlarge(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) {
+Status enlarge(PackedLayout layout, const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr,
+               const ViewU8& packed, Stores stores) {
     if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
     HWY_DYNAMIC_DISPATCH(enlargePicture)(layout, y, cb, cr, packed, stores);
     return answerFor(evenPart(y.height), y.height);
@@ -112,30 +100,34 @@ Status enlarge(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 c
 
 }  // namespace
 
-Status uyvyToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) noexcept {
+Status uyvyToPlanar420(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
+                       Stores stores) noexcept {
     return reduce(PackedLayout::uyvy, packed, y, cb, cr, stores);
 }
-Status yuyvToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) noexcept {
+Status yuyvToPlanar420(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
+                       Stores stores) noexcept {
     return reduce(PackedLayout::yuyv, packed, y, cb, cr, stores);
 }
-Status planar420ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) noexcept {
+Status planar420ToUyvy(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr, const ViewU8& packed,
+                       Stores stores) noexcept {
     return enlarge(PackedLayout::uyvy, y, cb, cr, packed, stores);
 }
-Status planar420ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) noexcept {
+Status planar420ToYuyv(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr, const ViewU8& packed,
+                       Stores stores) noexcept {
     return enlarge(PackedLayout::yuyv, y, cb, cr, packed, stores);
 }
 
-Status planar420ToPlanar422(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 dstY, ViewU8 dstCb, ViewU8 dstCr,
-                            Stores stores) noexcept {
+Status planar420ToPlanar422(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr, const ViewU8& dstY,
+                            const ViewU8& dstCb, const ViewU8& dstCr, Stores stores) noexcept {
     if (anyNull(y, cb, cr, dstY, dstCb, dstCr)) return Status::nullPointer;
     const int rows = evenPart(y.height);
     const bool fits = sameSize(y, dstY) && y.width >= 2 && y.height >= minimumHeight &&
                       chromaFits(cb, cr, y, rows / 2) && chromaFits(dstCb, dstCr, y, rows);
     if (!fits) return Status::badSize;
-    ConstViewU8 luma = y.band(0, rows);
-    ViewU8 dstLuma = dstY.band(0, rows);
-    joinRows(luma, dstLuma);
-    HWY_DYNAMIC_DISPATCH(copyRows)(luma, dstLuma, stores);
+    const auto copy = [stores](const ConstViewU8& from, const ViewU8& to) {
+        HWY_DYNAMIC_DISPATCH(copyLuma)(from, to, stores);
+    };
+    onJoinedRows(copy, y.band(0, rows), dstY.band(0, rows));
     HWY_DYNAMIC_DISPATCH(repeatRows)(cb, dstCb, rows, stores);
     HWY_DYNAMIC_DISPATCH(repeatRows)(cr, dstCr, rows, stores);
     return answerFor(rows, y.height);

@@ -13,15 +13,17 @@
 
 namespace Orvel::primitives {
 
-Status uyvyToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores = Stores::cached) noexcept;
-Status yuyvToPlanar420(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores = Stores::cached) noexcept;
-Status planar420ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed,
+Status uyvyToPlanar420(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
                        Stores stores = Stores::cached) noexcept;
-Status planar420ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed,
+Status yuyvToPlanar420(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
+                       Stores stores = Stores::cached) noexcept;
+Status planar420ToUyvy(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr, const ViewU8& packed,
+                       Stores stores = Stores::cached) noexcept;
+Status planar420ToYuyv(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr, const ViewU8& packed,
                        Stores stores = Stores::cached) noexcept;
 
 /// The chroma views of the result have at least 2 * floor(H/2) rows.
-Status planar420ToPlanar422(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 dstY, ViewU8 dstCb, ViewU8 dstCr,
-                            Stores stores = Stores::cached) noexcept;
+Status planar420ToPlanar422(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr, const ViewU8& dstY,
+                            const ViewU8& dstCb, const ViewU8& dstCr, Stores stores = Stores::cached) noexcept;
 
 }  // namespace Orvel::primitives

@@ -2,13 +2,14 @@
 
 #include <algorithm>
 
-#include "orvel/primitives/fill.h"
+#include "orvel/primitives/join_rows.h"
 #include "orvel/primitives/packed_422.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "orvel/primitives/yuv420_interlaced.cpp"
 #include <hwy/foreach_target.h>  // re-includes this file once per target
 #include <hwy/highway.h>
+#include "orvel/primitives/copy_rows_inl.h"
 #include "orvel/primitives/packed_422_inl.h"
 #include "orvel/primitives/reduce_rows_inl.h"
 #include "orvel/primitives/sample_math_inl.h"
@@ -30,16 +31,16 @@ HWY_INLINE V threeToOne(V a, V b) {
 /// (7 a + b + 4) >> 3.
 template <class V>
 HWY_INLINE V sevenToOne(V a, V b) {
-    return hn::AverageRound(a, floorMean(a, floorMean(a, b)));
+    return hn::AverageRound(a, floorMean(a, a, b));
 }
 
 /// (5 a + 3 b + 4) >> 3.
 template <class V>
 HWY_INLINE V fiveToThree(V a, V b) {
-    return hn::AverageRound(a, floorMean(b, floorMean(a, b)));
+    return hn::AverageRound(a, floorMean(b, a, b));
 }
 
-void reduceInterlaced(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
+void reduceInterlaced(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr, Stores stores) {
     // The line that weighs three quarters is the upper one in the top field, the lower one in the bottom field.
     const auto rowsOf = [](int k) HWY_ATTR {
         const int group = k / 2 * 4, field = k % 2;
@@ -74,28 +75,42 @@ HWY_INLINE void forEachEnlargedRow(int height, const Body& body) {
     }
 }
 
-void enlargeInterlacedToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) {
-    forEachEnlargedRow(y.height, [=](int row, ChromaSources from, auto filter) HWY_ATTR {
-        const std::uint8_t *luma = y.row(row), *u0 = cb.row(from.nearest), *u1 = cb.row(from.other),
-                           *v0 = cr.row(from.nearest), *v1 = cr.row(from.other);
-        std::uint8_t* out = packed.row(row);
-        forEachRun<std::uint8_t>(y.width / 2, [=](auto d, int pair) HWY_ATTR {
-            storePacked<uyvy, Stores::cached>(d, luma + 2 * pair,
-                                              filter(hn::LoadU(d, u0 + pair), hn::LoadU(d, u1 + pair)),
-                                              filter(hn::LoadU(d, v0 + pair), hn::LoadU(d, v1 + pair)), out + 4 * pair);
+void enlargeInterlacedToUyvy(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr, const ViewU8& packed,
+                             Stores stores) {
+    const auto rows = [&](auto how) HWY_ATTR {
+        forEachEnlargedRow(y.height, [&](int row, ChromaSources from, auto filter) HWY_ATTR {
+            const std::uint8_t *luma = y.row(row), *u0 = cb.row(from.nearest), *u1 = cb.row(from.other),
+                               *v0 = cr.row(from.nearest), *v1 = cr.row(from.other);
+            std::uint8_t* out = packed.row(row);
+            forEachRun<std::uint8_t, movingBytes<how()>>(y.width / 2, [=](auto d, int pair) HWY_ATTR {
+                if constexpr (how() == Stores::streaming) prefetchAhead(luma + 2 * pair, 2 * hn::Lanes(d));
+                storePacked<uyvy, how()>(d, luma + 2 * pair, filter(hn::LoadU(d, u0 + pair), hn::LoadU(d, u1 + pair)),
+                                         filter(hn::LoadU(d, v0 + pair), hn::LoadU(d, v1 + pair)), out + 4 * pair);
+            });
+            packOddPixel<uyvy>(luma, out, y.width);
         });
-        packOddPixel<uyvy>(luma, out, y.width);
+    };
+    withStores(stores, rows, packed);
+}
+
+template <Stores stores>
+HWY_INLINE void enlargeFields(const ConstViewU8& src, const ViewU8& dst, int height) {
+    const int width = dst.width;
+    forEachEnlargedRow(height, [&](int row, ChromaSources from, auto filter) HWY_ATTR {
+        const std::uint8_t *a = src.row(from.nearest), *b = src.row(from.other);
+        std::uint8_t* out = dst.row(row);
+        forEachRun<std::uint8_t>(width, [=](auto d, int x) HWY_ATTR {
+            put<stores>(filter(hn::LoadU(d, a + x), hn::LoadU(d, b + x)), d, out + x);
+        });
     });
 }
 
-void enlargeInterlacedPlane(ConstViewU8 src, ViewU8 dst, int height) {
-    forEachEnlargedRow(height, [=](int row, ChromaSources from, auto filter) HWY_ATTR {
-        const std::uint8_t *a = src.row(from.nearest), *b = src.row(from.other);
-        std::uint8_t* out = dst.row(row);
-        forEachRun<std::uint8_t>(dst.width, [=](auto d, int x) HWY_ATTR {
-            hn::StoreU(filter(hn::LoadU(d, a + x), hn::LoadU(d, b + x)), d, out + x);
-        });
-    });
+void enlargeInterlacedPlane(const ConstViewU8& src, const ViewU8& dst, int height, Stores stores) {
+    withStores(stores, [&](auto how) HWY_ATTR { enlargeFields<how()>(src, dst, height); }, dst);
+}
+
+void copyInterlacedLuma(const ConstViewU8& src, const ViewU8& dst, Stores stores) {
+    copyRows(src, dst, stores);
 }
 
 }  // namespace Orvel::primitives::HWY_NAMESPACE
@@ -106,6 +121,7 @@ namespace Orvel::primitives {
 HWY_EXPORT(reduceInterlaced);
 HWY_EXPORT(enlargeInterlacedToUyvy);
 HWY_EXPORT(enlargeInterlacedPlane);
+HWY_EXPORT(copyInterlacedLuma);
 
 namespace {
 
@@ -124,28 +140,34 @@ Status check(const Packed& packed, const Plane& y, const Plane& cb, const Plane&
 
 }  // namespace
 
-Status uyvyToPlanar420Interlaced(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) noexcept {
+Status uyvyToPlanar420Interlaced(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
+                                 Stores stores) noexcept {
     if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
     HWY_DYNAMIC_DISPATCH(reduceInterlaced)(packed, y, cb, cr, stores);
     return answerFor(wholeGroups(y.height), y.height);
 }
 
-Status planar420ToUyvyInterlaced(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept {
+Status planar420ToUyvyInterlaced(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr,
+                                 const ViewU8& packed, Stores stores) noexcept {
     if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
-    HWY_DYNAMIC_DISPATCH(enlargeInterlacedToUyvy)(y, cb, cr, packed);
+    HWY_DYNAMIC_DISPATCH(enlargeInterlacedToUyvy)(y, cb, cr, packed, stores);
     return answerFor(wholeGroups(y.height), y.height);
 }
 
-Status planar420ToPlanar422Interlaced(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 dstY, ViewU8 dstCb,
-                                      ViewU8 dstCr) noexcept {
+Status planar420ToPlanar422Interlaced(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr,
+                                      const ViewU8& dstY, const ViewU8& dstCb, const ViewU8& dstCr,
+                                      Stores stores) noexcept {
     if (anyNull(y, cb, cr, dstY, dstCb, dstCr)) return Status::nullPointer;
     const int rows = wholeGroups(y.height);
     const bool fits = sameSize(y, dstY) && y.width >= 2 && y.height >= minimumHeight &&
                       chromaFits(cb, cr, y, rows / 2) && chromaFits(dstCb, dstCr, y, rows);
     if (!fits) return Status::badSize;
-    if (const Status fault = copy(y.band(0, rows), dstY.band(0, rows)); fault != Status::ok) return fault;
-    HWY_DYNAMIC_DISPATCH(enlargeInterlacedPlane)(cb, dstCb, rows);
-    HWY_DYNAMIC_DISPATCH(enlargeInterlacedPlane)(cr, dstCr, rows);
+    const auto copy = [stores](const ConstViewU8& from, const ViewU8& to) {
+        HWY_DYNAMIC_DISPATCH(copyInterlacedLuma)(from, to, stores);
+    };
+    onJoinedRows(copy, y.band(0, rows), dstY.band(0, rows));
+    HWY_DYNAMIC_DISPATCH(enlargeInterlacedPlane)(cb, dstCb, rows, stores);
+    HWY_DYNAMIC_DISPATCH(enlargeInterlacedPlane)(cr, dstCr, rows, stores);
     return answerFor(rows, y.height);
 }
 

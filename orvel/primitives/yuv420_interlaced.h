@@ -17,15 +17,17 @@ namespace Orvel::primitives {
 
 /// Chroma row 2k is (3 c(4k) + c(4k+2) + 2) >> 2, row 2k+1 is (c(4k+1) + 3 c(4k+3) + 2) >> 2, c being the rows of
 /// 4:2:2. A picture may be converted in bands of whole groups.
-Status uyvyToPlanar420Interlaced(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr,
+Status uyvyToPlanar420Interlaced(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
                                  Stores stores = Stores::cached) noexcept;
 
 /// With T(k) and B(k) the chroma rows 2k and 2k+1, and k-1, k+1 clamped to the picture, the chroma rows of group k are
 /// (7 T(k) + T(k-1) + 4) >> 3, (5 B(k) + 3 B(k-1) + 4) >> 3, (5 T(k) + 3 T(k+1) + 4) >> 3, (7 B(k) + B(k+1) + 4) >> 3.
 /// A group needs its neighbours: convert a picture in one call.
-Status planar420ToUyvyInterlaced(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed) noexcept;
+Status planar420ToUyvyInterlaced(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr,
+                                 const ViewU8& packed, Stores stores = Stores::cached) noexcept;
 /// The same into planes.
-Status planar420ToPlanar422Interlaced(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 dstY, ViewU8 dstCb,
-                                      ViewU8 dstCr) noexcept;
+Status planar420ToPlanar422Interlaced(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr,
+                                      const ViewU8& dstY, const ViewU8& dstCb, const ViewU8& dstCr,
+                                      Stores stores = Stores::cached) noexcept;
 
 }  // namespace Orvel::primitives

@@ -25,7 +25,8 @@ HWY_INLINE void unpackRow(const std::uint8_t* packed, std::uint8_t* y, std::uint
 }
 
 template <PackedLayout layout>
-HWY_INLINE void unpackLayout(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
+HWY_INLINE void unpackLayout(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
+                             Stores stores) {
     const auto rows = [&](auto how) HWY_ATTR {
         for (int i = 0; i < y.height; ++i)
             unpackRow<layout, how()>(packed.row(i), y.row(i), cb.row(i), cr.row(i), y.width);
@@ -33,14 +34,16 @@ HWY_INLINE void unpackLayout(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr,
     withStores(stores, rows, y);
 }
 
-void unpackRows(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
+void unpackRows(PackedLayout layout, const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
+                Stores stores) {
     const auto unpack =
         layout == PackedLayout::uyvy ? unpackLayout<PackedLayout::uyvy> : unpackLayout<PackedLayout::yuyv>;
     unpack(packed, y, cb, cr, stores);
 }
 
 template <PackedLayout layout>
-HWY_INLINE void packLayout(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) {
+HWY_INLINE void packLayout(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr, const ViewU8& packed,
+                           Stores stores) {
     const auto rows = [&](auto how) HWY_ATTR {
         for (int i = 0; i < y.height; ++i)
             packRow<layout, how()>(y.row(i), cb.row(i), cr.row(i), packed.row(i), y.width);
@@ -48,14 +51,15 @@ HWY_INLINE void packLayout(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8
     withStores(stores, rows, packed);
 }
 
-void packRows(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) {
+void packRows(PackedLayout layout, const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr,
+              const ViewU8& packed, Stores stores) {
     const auto pack = layout == PackedLayout::uyvy ? packLayout<PackedLayout::uyvy> : packLayout<PackedLayout::yuyv>;
     pack(y, cb, cr, packed, stores);
 }
 
 template <Stores stores>
 HWY_INLINE void swapRow(const std::uint16_t* packed, std::uint16_t* dst, int width) {
-    forEachLine<std::uint16_t>(width, [=](auto d, int x, auto vectors) HWY_ATTR {
+    forEachLine<std::uint16_t, movingBytes<stores>>(width, [=](auto d, int x, auto vectors) HWY_ATTR {
         const int n = static_cast<int>(hn::Lanes(d));
         if constexpr (stores == Stores::streaming)
             prefetchAhead(reinterpret_cast<const std::uint8_t*>(packed + x), 2 * vectors() * hn::Lanes(d));
@@ -66,7 +70,7 @@ HWY_INLINE void swapRow(const std::uint16_t* packed, std::uint16_t* dst, int wid
     });
 }
 
-void swapRows(ConstViewU8 packed, ViewU8 dst, Stores stores) {
+void swapRows(const ConstViewU8& packed, const ViewU8& dst, Stores stores) {
     const auto rows = [&](auto how) HWY_ATTR {
         for (int i = 0; i < dst.height; ++i)
             swapRow<how()>(reinterpret_cast<const std::uint16_t*>(packed.row(i)),
@@ -93,40 +97,54 @@ Status check(const Packed& packed, const Plane& y, const Plane& cb, const Plane&
     return fits ? Status::ok : Status::badSize;
 }
 
-Status unpack(PackedLayout layout, ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) {
+/// Rows of odd width end with a pixel of its own kind.
+template <class Body, class... T>
+void onRows(bool evenWidth, const Body& body, const PlaneView<T>&... views) {
+    evenWidth ? onJoinedRows(body, views...) : body(views...);
+}
+
+Status unpack(PackedLayout layout, const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
+              Stores stores) {
     if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
-    if (y.width % 2 == 0) joinRows(packed, y, cb, cr);
-    HWY_DYNAMIC_DISPATCH(unpackRows)(layout, packed, y, cb, cr, stores);
+    const auto rows = [=](const auto&... views) { HWY_DYNAMIC_DISPATCH(unpackRows)(layout, views..., stores); };
+    onRows(y.width % 2 == 0, rows, packed, y, cb, cr);
     return Status::ok;
 }
 
-Status pack(PackedLayout layout, ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) {
+Status pack(PackedLayout layout, const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr,
+            const ViewU8& packed, Stores stores) {
     if (const Status fault = check(packed, y, cb, cr); fault != Status::ok) return fault;
-    if (y.width % 2 == 0) joinRows(y, cb, cr, packed);
-    HWY_DYNAMIC_DISPATCH(packRows)(layout, y, cb, cr, packed, stores);
+    const auto rows = [=](const auto&... views) { HWY_DYNAMIC_DISPATCH(packRows)(layout, views..., stores); };
+    onRows(y.width % 2 == 0, rows, y, cb, cr, packed);
     return Status::ok;
 }
 
 }  // namespace
 
-Status uyvyToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) noexcept {
+Status uyvyToPlanar422(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
+                       Stores stores) noexcept {
     return unpack(PackedLayout::uyvy, packed, y, cb, cr, stores);
 }
-Status yuyvToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores) noexcept {
+Status yuyvToPlanar422(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
+                       Stores stores) noexcept {
     return unpack(PackedLayout::yuyv, packed, y, cb, cr, stores);
 }
-Status planar422ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) noexcept {
+Status planar422ToUyvy(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr, const ViewU8& packed,
+                       Stores stores) noexcept {
     return pack(PackedLayout::uyvy, y, cb, cr, packed, stores);
 }
-Status planar422ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed, Stores stores) noexcept {
+Status planar422ToYuyv(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr, const ViewU8& packed,
+                       Stores stores) noexcept {
     return pack(PackedLayout::yuyv, y, cb, cr, packed, stores);
 }
 
-Status swapChromaLuma(ConstViewU8 packed, ViewU8 dst, Stores stores) noexcept {
+Status swapChromaLuma(const ConstViewU8& packed, const ViewU8& dst, Stores stores) noexcept {
     if (anyNull(packed, dst)) return Status::nullPointer;
     if (!dst.valid() || !sameSize(packed, dst) || dst.width < 4 || dst.width % 2 != 0) return Status::badSize;
-    joinRows(packed, dst);
-    HWY_DYNAMIC_DISPATCH(swapRows)(packed, dst, stores);
+    onJoinedRows(
+        [stores](const ConstViewU8& from, const ViewU8& to) { HWY_DYNAMIC_DISPATCH(swapRows)
+                                                              (from, to, stores); },
+        packed, dst);
     return Status::ok;
 }
 

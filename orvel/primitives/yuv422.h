@@ -10,15 +10,17 @@
 
 namespace Orvel::primitives {
 
-Status uyvyToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores = Stores::cached) noexcept;
-Status yuyvToPlanar422(ConstViewU8 packed, ViewU8 y, ViewU8 cb, ViewU8 cr, Stores stores = Stores::cached) noexcept;
-Status planar422ToUyvy(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed,
+Status uyvyToPlanar422(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
                        Stores stores = Stores::cached) noexcept;
-Status planar422ToYuyv(ConstViewU8 y, ConstViewU8 cb, ConstViewU8 cr, ViewU8 packed,
+Status yuyvToPlanar422(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
+                       Stores stores = Stores::cached) noexcept;
+Status planar422ToUyvy(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr, const ViewU8& packed,
+                       Stores stores = Stores::cached) noexcept;
+Status planar422ToYuyv(const ConstViewU8& y, const ConstViewU8& cb, const ConstViewU8& cr, const ViewU8& packed,
                        Stores stores = Stores::cached) noexcept;
 
 /// UYVY to YUYV and back: exchanges the two bytes of every pixel. The width, in bytes, is even and at least 4. In place
 /// allowed.
-Status swapChromaLuma(ConstViewU8 packed, ViewU8 dst, Stores stores = Stores::cached) noexcept;
+Status swapChromaLuma(const ConstViewU8& packed, const ViewU8& dst, Stores stores = Stores::cached) noexcept;
 
 }  // namespace Orvel::primitives

@@ -72,7 +72,8 @@ TEST_P(Yuv420InterlacedTest, EnlargesEachFieldByItself) {
         const auto cb = [&](int x, int y) { return enlarged(src.cb, x, y, rows / 2); };
         const auto cr = [&](int x, int y) { return enlarged(src.cr, x, y, rows / 2); };
         test::packInto(expected, PackedLayout::uyvy, src.y, rows, cb, cr);
-        ASSERT_EQ(planar420ToUyvyInterlaced(src.y.view(), src.cb.view(), src.cr.view(), packed.view()), answer(height));
+        ASSERT_EQ(planar420ToUyvyInterlaced(src.y.view(), src.cb.view(), src.cr.view(), packed.view(), at.stores),
+                  answer(height));
         ASSERT_EQ(packed.difference(expected), "") << height << " rows";
         ASSERT_TRUE(packed.guardsIntact()) << width << " x " << height;
 
@@ -80,7 +81,7 @@ TEST_P(Yuv420InterlacedTest, EnlargesEachFieldByItself) {
         test::splitInto(expectedPlanes, PackedLayout::uyvy, expected, rows, rows,
                         [](const auto& c, int x, int y) { return c(x, y); });
         ASSERT_EQ(planar420ToPlanar422Interlaced(src.y.view(), src.cb.view(), src.cr.view(), dst.y.view(),
-                                                 dst.cb.view(), dst.cr.view()),
+                                                 dst.cb.view(), dst.cr.view(), at.stores),
                   answer(height));
         ASSERT_EQ(dst.fault(expectedPlanes), "") << width << " x " << height;
     });
