@@ -112,8 +112,7 @@ HWY_INLINE SplitPairs<D> loadSplit(D d, const std::uint8_t* p) {
         return {evenLanes(d, v1, v0), evenLanes(d, v3, v2), oddLanes(d, v1, v0), oddLanes(d, v3, v2)};
 }
 
-/// Stores the 2N luma samples of the pairs. Where luma is streamed, chroma is not: several streams side by side get in
-/// each other's way, and the cache that luma leaves alone has room for chroma.
+/// Stores the 2N luma samples of the pairs.
 template <Stores stores, class D>
 HWY_INLINE void storeLuma(D d, const SplitPairs<D>& pairs, std::uint8_t* y) {
     put<stores>(pairs.luma0, d, y);
@@ -121,7 +120,7 @@ HWY_INLINE void storeLuma(D d, const SplitPairs<D>& pairs, std::uint8_t* y) {
 }
 
 /// Stores N Cb and N Cr samples; chroma0 and chroma1 are those of loadSplit, or made of several such lane by lane.
-template <class D>
+template <Stores stores = Stores::cached, class D>
 HWY_INLINE void storeChroma(D d, hn::Vec<D> chroma0, hn::Vec<D> chroma1, std::uint8_t* cb, std::uint8_t* cr) {
 #if HWY_TARGET != HWY_SCALAR
     if constexpr (hn::MaxLanes(D()) >= 16) {
@@ -131,12 +130,12 @@ HWY_INLINE void storeChroma(D d, hn::Vec<D> chroma0, hn::Vec<D> chroma1, std::ui
         const auto blue = hn::BitCast(d32, hn::InterleaveLower(d64, lo, hi));
         const auto red = hn::BitCast(d32, hn::InterleaveUpper(d64, lo, hi));
         if constexpr (hn::MaxLanes(D()) == 16) {
-            hn::StoreU(hn::BitCast(d, blue), d, cb);
-            hn::StoreU(hn::BitCast(d, red), d, cr);
+            put<stores>(hn::BitCast(d, blue), d, cb);
+            put<stores>(hn::BitCast(d, red), d, cr);
         } else {
             const auto order = hn::SetTableIndices(d32, acrossBlocks<hn::MaxLanes(D()) / 16>.data());
-            hn::StoreU(hn::BitCast(d, hn::TableLookupLanes(blue, order)), d, cb);
-            hn::StoreU(hn::BitCast(d, hn::TableLookupLanes(red, order)), d, cr);
+            put<stores>(hn::BitCast(d, hn::TableLookupLanes(blue, order)), d, cb);
+            put<stores>(hn::BitCast(d, hn::TableLookupLanes(red, order)), d, cr);
         }
         return;
     }

@@ -59,13 +59,13 @@ HWY_INLINE void reduceRows(int count, const RowsOf& rowsOf, const Mean& mean, co
                 const auto a = loadSplit<layout>(d, in0 + 4 * x), b = loadSplit<layout>(d, in1 + 4 * x);
                 if constexpr (!lumaAhead) storeLuma<how()>(d, a, y0 + 2 * x);
                 storeLuma<how()>(d, b, y1 + 2 * x);
-                storeChroma(d, mean(a.chroma0, b.chroma0), mean(a.chroma1, b.chroma1), u + x, v + x);
+                storeChroma<how()>(d, mean(a.chroma0, b.chroma0), mean(a.chroma1, b.chroma1), u + x, v + x);
             });
             unpackOddPixel<layout>(in0, y0, y.width);
             unpackOddPixel<layout>(in1, y1, y.width);
         }
     };
-    withStores(stores, rows, y);
+    withStores(stores, rows, y, cb, cr);
 }
 
 }  // namespace Orvel::primitives::HWY_NAMESPACE

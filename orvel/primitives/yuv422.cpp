@@ -19,7 +19,7 @@ HWY_INLINE void unpackRow(const std::uint8_t* packed, std::uint8_t* y, std::uint
         prefetchAhead(packed + 4 * pair, 4 * hn::Lanes(d));  // costs nothing in the cache
         const auto pairs = loadSplit<layout>(d, packed + 4 * pair);
         storeLuma<stores>(d, pairs, y + 2 * pair);
-        storeChroma(d, pairs.chroma0, pairs.chroma1, cb + pair, cr + pair);
+        storeChroma<stores>(d, pairs.chroma0, pairs.chroma1, cb + pair, cr + pair);
     });
     unpackOddPixel<layout>(packed, y, width);
 }
@@ -31,7 +31,7 @@ HWY_INLINE void unpackLayout(const ConstViewU8& packed, const ViewU8& y, const V
         for (int i = 0; i < y.height; ++i)
             unpackRow<layout, how()>(packed.row(i), y.row(i), cb.row(i), cr.row(i), y.width);
     };
-    withStores(stores, rows, y);
+    withStores(stores, rows, y, cb, cr);
 }
 
 void unpackRows(PackedLayout layout, const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
