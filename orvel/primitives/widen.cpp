@@ -43,7 +43,7 @@ template <Stores stores>
 HWY_INLINE void widenShiftedRow(const std::uint8_t* in, std::uint16_t* out, int width) {
     int x = 0;
 #if HWY_TARGET != HWY_SCALAR
-    const hn::ScalableTag<std::uint8_t> d8;
+    const hn::CappedTag<std::uint8_t, movingBytes<stores>> d8;
     const hn::Repartition<std::uint16_t, decltype(d8)> d16;
     const int n = static_cast<int>(hn::Lanes(d8));
     const auto zero = hn::Zero(d8);
