@@ -6,9 +6,7 @@
 #define ORVEL_PRIMITIVES_COPY_ROWS_INL_H_
 #endif
 
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include <hwy/highway.h>
 
@@ -37,11 +35,7 @@ HWY_INLINE void copyRow(const std::uint8_t* src, int width, Out*... out) {
 /// src and dst are equally large.
 HWY_INLINE void copyRows(const ConstViewU8& src, const ViewU8& dst, Stores stores) {
     const auto rows = [&](auto how) HWY_ATTR {
-        for (int y = 0; y < dst.height; ++y)
-            if constexpr (how() == Stores::cached)
-                std::memcpy(dst.row(y), src.row(y), static_cast<std::size_t>(dst.width));
-            else
-                copyRow<how()>(src.row(y), dst.width, dst.row(y));
+        for (int y = 0; y < dst.height; ++y) copyRow<how()>(src.row(y), dst.width, dst.row(y));
     };
     withStores(stores, rows, dst);
 }

@@ -28,7 +28,7 @@ enum class Pairing { neighbours, fieldRows };
 /// The luma of a row alone.
 template <PackedLayout layout>
 HWY_INLINE void unpackLuma(const std::uint8_t* packed, std::uint8_t* y, int width) {
-    forEachRun<std::uint8_t, 32>(width / 2, [=](auto d, int pair) HWY_ATTR {
+    forEachRun<std::uint8_t, movingBytes<Stores::cached>>(width / 2, [=](auto d, int pair) HWY_ATTR {
         storeLuma<Stores::cached>(d, loadSplit<layout>(d, packed + 4 * pair), y + 2 * pair);
     });
 }
@@ -51,7 +51,8 @@ HWY_INLINE void reduceRows(int count, const RowsOf& rowsOf, const Mean& mean, co
             const std::uint8_t *next0 = packed.row(next.first), *next1 = packed.row(next.second);
             std::uint8_t *y0 = y.row(pair.first), *y1 = y.row(pair.second), *u = cb.row(k), *v = cr.row(k);
             if constexpr (lumaAhead) unpackLuma<layout>(in0, y0, y.width);
-            forEachRun<std::uint8_t, lumaAhead ? 32 : HWY_MAX_BYTES>(y.width / 2, [=](auto d, int x) HWY_ATTR {
+            constexpr std::size_t maxBytes = lumaAhead ? movingBytes<how()> : HWY_MAX_BYTES;
+            forEachRun<std::uint8_t, maxBytes>(y.width / 2, [=](auto d, int x) HWY_ATTR {
                 if constexpr (streaming) {
                     prefetchLines(next0 + 4 * x, 4 * hn::Lanes(d));
                     prefetchLines(next1 + 4 * x, 4 * hn::Lanes(d));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "orvel/primitives/fill.h"
 #include "orvel/primitives/join_rows.h"
 #include "orvel/primitives/packed_422.h"
 
@@ -106,7 +107,8 @@ HWY_INLINE void enlargeFields(const ConstViewU8& src, const ViewU8& dst, int hei
 }
 
 void enlargeInterlacedPlane(const ConstViewU8& src, const ViewU8& dst, int height, Stores stores) {
-    withStores(stores, [&](auto how) HWY_ATTR { enlargeFields<how()>(src, dst, height); }, dst);
+    withStores(
+        stores, [&](auto how) HWY_ATTR { enlargeFields<how()>(src, dst, height); }, dst);
 }
 
 void copyInterlacedLuma(const ConstViewU8& src, const ViewU8& dst, Stores stores) {
@@ -138,6 +140,13 @@ Status check(const Packed& packed, const Plane& y, const Plane& cb, const Plane&
     return fits ? Status::ok : Status::badSize;
 }
 
+Status copyLuma(const ConstViewU8& from, const ViewU8& to, Stores stores) {
+    if (stores == Stores::cached) return copy(from, to);
+    const auto rows = [stores](const auto&... views) { HWY_DYNAMIC_DISPATCH(copyInterlacedLuma)(views..., stores); };
+    onJoinedRows(rows, from, to);
+    return Status::ok;
+}
+
 }  // namespace
 
 Status uyvyToPlanar420Interlaced(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr,
@@ -162,10 +171,7 @@ Status planar420ToPlanar422Interlaced(const ConstViewU8& y, const ConstViewU8& c
     const bool fits = sameSize(y, dstY) && y.width >= 2 && y.height >= minimumHeight &&
                       chromaFits(cb, cr, y, rows / 2) && chromaFits(dstCb, dstCr, y, rows);
     if (!fits) return Status::badSize;
-    const auto copy = [stores](const ConstViewU8& from, const ViewU8& to) {
-        HWY_DYNAMIC_DISPATCH(copyInterlacedLuma)(from, to, stores);
-    };
-    onJoinedRows(copy, y.band(0, rows), dstY.band(0, rows));
+    if (const Status fault = copyLuma(y.band(0, rows), dstY.band(0, rows), stores); fault != Status::ok) return fault;
     HWY_DYNAMIC_DISPATCH(enlargeInterlacedPlane)(cb, dstCb, rows, stores);
     HWY_DYNAMIC_DISPATCH(enlargeInterlacedPlane)(cr, dstCr, rows, stores);
     return answerFor(rows, y.height);

@@ -141,10 +141,8 @@ Status planar422ToYuyv(const ConstViewU8& y, const ConstViewU8& cb, const ConstV
 Status swapChromaLuma(const ConstViewU8& packed, const ViewU8& dst, Stores stores) noexcept {
     if (anyNull(packed, dst)) return Status::nullPointer;
     if (!dst.valid() || !sameSize(packed, dst) || dst.width < 4 || dst.width % 2 != 0) return Status::badSize;
-    onJoinedRows(
-        [stores](const ConstViewU8& from, const ViewU8& to) { HWY_DYNAMIC_DISPATCH(swapRows)
-                                                              (from, to, stores); },
-        packed, dst);
+    const auto rows = [stores](const auto&... views) { HWY_DYNAMIC_DISPATCH(swapRows)(views..., stores); };
+    onJoinedRows(rows, packed, dst);
     return Status::ok;
 }
 
