@@ -72,7 +72,9 @@ inline void measureCopy(const std::string& operation, const std::string& size, i
     const auto make = [=] { return std::make_unique<Buffers>(Bytes(half, 1), Bytes(half)); };
     const auto turns = std::make_shared<Turns<Buffers>>(turnsFor(origin, bytes), make);
     measure(operation, size, "copy", threads, bytes, [=] {
-        auto& [from, to] = turns->next();
+        auto& buffers = turns->next();
+        const Bytes& from = buffers.first;
+        Bytes& to = buffers.second;
         tbb::parallel_for(0, threads, [&](int i) {
             const std::size_t n = static_cast<std::size_t>(threads), k = static_cast<std::size_t>(i);
             const std::size_t first = half * k / n, last = half * (k + 1) / n;
