@@ -95,12 +95,17 @@ std::string peerText(const PerformanceRow& row, const Outcome& outcome) {
     return peer == "copy" ? "limit" : peer;
 }
 
-std::string verdictText(Verdict verdict) {
-    switch (verdict) {
+/// How far a miss is from its target, rounded up.
+std::string shortfall(const PerformanceRow& row, const Outcome& outcome) {
+    return fixed(std::ceil(100 * (1 - *outcome.figure / *row.target)), 0) + " % short";
+}
+
+std::string verdictText(const PerformanceRow& row, const Outcome& outcome) {
+    switch (outcome.verdict) {
         case Verdict::met:
             return "yes";
         case Verdict::missed:
-            return "**no**";
+            return "**no**, " + shortfall(row, outcome);
         case Verdict::open:
             return "open";
         case Verdict::noTarget:
@@ -118,7 +123,7 @@ std::string line(const std::vector<std::string>& cells) {
 std::string tableRow(const PerformanceRow& row, const Outcome& outcome, int allThreads) {
     const int threads = row.threads == Threads::one ? 1 : allThreads;
     return line({row.operation, row.size, std::to_string(threads), peerText(row, outcome), figureText(row, outcome),
-                 targetText(row, outcome), verdictText(outcome.verdict)});
+                 targetText(row, outcome), verdictText(row, outcome)});
 }
 
 std::string tableHead(const std::string& heading) {
