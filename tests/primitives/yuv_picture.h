@@ -21,13 +21,13 @@ using primitives::Stores;
 using primitives::ViewU8;
 
 /// How the planes of a case lie in memory, with and without gaps between the rows, on even and odd addresses, and how
-/// they are written.
+/// they are written. With gaps of 64 bytes, luma rows of some widths are on vector boundaries and chroma rows are not.
 struct Placement {
     int padding, lead;
     Stores stores;
 };
 inline constexpr Placement placements[] = {
-    {5, 61, Stores::streaming}, {0, 64, Stores::cached}, {0, 64, Stores::streaming}};
+    {5, 61, Stores::streaming}, {0, 64, Stores::cached}, {0, 64, Stores::streaming}, {64, 64, Stores::streaming}};
 
 struct YuvPlanes {
     Plane y, cb, cr;
@@ -90,7 +90,7 @@ void forEachSize(int minimumHeight, const Body& body) {
     for (const Placement at : placements) {
         for (int width = 2; width <= 65; ++width)
             for (int height = minimumHeight; height <= 9; ++height) body(width, height, at);
-        for (const int width : {127, 128, 160, 255, 256, 384, 1920}) body(width, minimumHeight + 1, at);
+        for (const int width : {127, 128, 160, 192, 255, 256, 384, 1920}) body(width, minimumHeight + 1, at);
     }
 }
 
