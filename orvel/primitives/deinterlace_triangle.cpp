@@ -34,7 +34,7 @@ HWY_INLINE void meanRows(PlaneView<const T> src, PlaneView<T> dst, int layout, i
     forEachTriple(src, dst, layout, first, last, [&](const T* above, const T* centre, const T* below, T* out, bool) {
         forEachRun<T>(dst.width, [=](auto d, int x) HWY_ATTR {
             const auto mean =
-                floorMean(hn::LoadU(d, centre + x), hn::LoadU(d, above + x), hn::LoadU(d, below + x));
+                triangleFloorMean(hn::LoadU(d, centre + x), hn::LoadU(d, above + x), hn::LoadU(d, below + x));
             hn::StoreU(mean, d, out + x);
         });
     });

@@ -2,12 +2,14 @@
 
 #include <cstring>
 
+#include "orvel/primitives/checks.h"
 #include "orvel/primitives/join_rows.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "orvel/primitives/fill.cpp"
 #include <hwy/foreach_target.h>  // re-includes this file once per target
 #include <hwy/highway.h>
+#include "orvel/primitives/copy_rows_inl.h"
 #include "orvel/primitives/row_loop_inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -28,6 +30,10 @@ void setRows32(const PlaneView<std::uint32_t>& dst, std::uint32_t value) {
     setEveryRow(dst, value);
 }
 
+void copyBytes(const ConstViewU8& src, const ViewU8& dst, Stores stores) {
+    copyRows(src, dst, stores);
+}
+
 }  // namespace Orvel::primitives::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -41,10 +47,10 @@ Status check(const PlaneView<T>& dst) {
     return dst.valid() ? Status::ok : Status::badSize;
 }
 
+/// Into the cache; memcpy() is the fastest for whole pictures.
 template <class T>
 Status copySamples(const PlaneView<const T>& src, const PlaneView<T>& dst) {
-    if (src.base == nullptr || dst.base == nullptr) return Status::nullPointer;
-    if (!dst.valid() || !sameSize(src, dst)) return Status::badSize;
+    if (const Status fault = checkSameSize(dst, src); fault != Status::ok) return fault;
     const auto copyRows = [](const PlaneView<const T>& from, const PlaneView<T>& to) {
         const std::size_t rowBytes = std::size_t(to.width) * sizeof(T);
         for (int y = 0; y < to.height; ++y) std::memcpy(to.row(y), from.row(y), rowBytes);
@@ -57,6 +63,7 @@ Status copySamples(const PlaneView<const T>& src, const PlaneView<T>& dst) {
 
 HWY_EXPORT(setRows16);
 HWY_EXPORT(setRows32);
+HWY_EXPORT(copyBytes);
 
 Status set(const ViewU8& dst, std::uint8_t value) noexcept {
     if (const Status fault = check(dst); fault != Status::ok) return fault;
@@ -89,8 +96,12 @@ Status set(const PlaneView<std::int32_t>& dst, std::int32_t value) noexcept {
     return set(bits, static_cast<std::uint32_t>(value));
 }
 
-Status copy(const ConstViewU8& src, const ViewU8& dst) noexcept {
-    return copySamples(src, dst);
+Status copy(const ConstViewU8& src, const ViewU8& dst, Stores stores) noexcept {
+    if (stores == Stores::cached) return copySamples(src, dst);
+    if (const Status fault = checkSameSize(dst, src); fault != Status::ok) return fault;
+    const auto rows = [stores](const auto&... views) { HWY_DYNAMIC_DISPATCH(copyBytes)(views..., stores); };
+    onJoinedRows(rows, src, dst);
+    return Status::ok;
 }
 Status copy(const ConstViewU16& src, const ViewU16& dst) noexcept {
     return copySamples(src, dst);

@@ -1,6 +1,7 @@
 #pragma once
 #include "orvel/primitives/plane_view.h"
 #include "orvel/primitives/status.h"
+#include "orvel/primitives/stores.h"
 
 namespace Orvel::primitives {
 
@@ -12,7 +13,7 @@ Status set(const PlaneView<std::int32_t>& dst, std::int32_t value) noexcept;
 Status set(const PlaneView<std::uint32_t>& dst, std::uint32_t value) noexcept;
 
 /// dst = src. The views hold equally many samples and do not overlap. Pixels of other sizes are copied as bytes.
-Status copy(const ConstViewU8& src, const ViewU8& dst) noexcept;
+Status copy(const ConstViewU8& src, const ViewU8& dst, Stores stores = Stores::cached) noexcept;
 Status copy(const ConstViewU16& src, const ViewU16& dst) noexcept;
 
 }  // namespace Orvel::primitives

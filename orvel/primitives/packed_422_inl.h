@@ -120,7 +120,7 @@ HWY_INLINE void storeLuma(D d, const SplitPairs<D>& pairs, std::uint8_t* y) {
 }
 
 /// Stores N Cb and N Cr samples; chroma0 and chroma1 are those of loadSplit, or made of several such lane by lane.
-template <Stores stores = Stores::cached, class D>
+template <Stores stores, class D>
 HWY_INLINE void storeChroma(D d, hn::Vec<D> chroma0, hn::Vec<D> chroma1, std::uint8_t* cb, std::uint8_t* cr) {
 #if HWY_TARGET != HWY_SCALAR
     if constexpr (hn::MaxLanes(D()) >= 16) {

@@ -8,8 +8,8 @@ namespace Orvel::primitives {
 /// A window on the samples of one plane: width x height samples of T, step bytes from row to row. It owns nothing.
 /// Steps may be negative (bottom-up access). Bytes of a row behind the last sample belong to somebody else.
 ///
-/// Operations that run on short bands take views by reference: a compiler copies a view in larger pieces than it was
-/// just written in, and for those a processor waits until all stores before them have reached the cache.
+/// Operations that get a view made for each short band take it by reference: a compiler copies a view in larger pieces
+/// than it was just written in, and for those a processor waits until all stores before them have reached the cache.
 template <class T>
 struct PlaneView {
     T* base = nullptr;

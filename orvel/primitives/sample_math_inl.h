@@ -22,10 +22,10 @@ HWY_INLINE V floorMean(V a, V b) {
     return hn::Not(hn::AverageRound(hn::Not(a), hn::Not(b)));
 }
 
-/// (2 a + b + c) >> 2, which is floorMean(a, floorMean(b, c)) without turning complements back on the way.
+/// (2 centre + a + b) >> 2, which is floorMean(centre, floorMean(a, b)) without turning complements back on the way.
 template <class V>
-HWY_INLINE V floorMean(V a, V b, V c) {
-    return hn::Not(hn::AverageRound(hn::Not(a), hn::AverageRound(hn::Not(b), hn::Not(c))));
+HWY_INLINE V triangleFloorMean(V centre, V a, V b) {
+    return hn::Not(hn::AverageRound(hn::Not(centre), hn::AverageRound(hn::Not(a), hn::Not(b))));
 }
 
 /// |a - b|: one of the two saturating differences is zero, the other is the answer.

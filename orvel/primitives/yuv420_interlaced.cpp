@@ -3,14 +3,12 @@
 #include <algorithm>
 
 #include "orvel/primitives/fill.h"
-#include "orvel/primitives/join_rows.h"
 #include "orvel/primitives/packed_422.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "orvel/primitives/yuv420_interlaced.cpp"
 #include <hwy/foreach_target.h>  // re-includes this file once per target
 #include <hwy/highway.h>
-#include "orvel/primitives/copy_rows_inl.h"
 #include "orvel/primitives/packed_422_inl.h"
 #include "orvel/primitives/reduce_rows_inl.h"
 #include "orvel/primitives/sample_math_inl.h"
@@ -32,13 +30,13 @@ HWY_INLINE V threeToOne(V a, V b) {
 /// (7 a + b + 4) >> 3.
 template <class V>
 HWY_INLINE V sevenToOne(V a, V b) {
-    return hn::AverageRound(a, floorMean(a, a, b));
+    return hn::AverageRound(a, triangleFloorMean(a, a, b));
 }
 
 /// (5 a + 3 b + 4) >> 3.
 template <class V>
 HWY_INLINE V fiveToThree(V a, V b) {
-    return hn::AverageRound(a, floorMean(b, a, b));
+    return hn::AverageRound(a, triangleFloorMean(b, a, b));
 }
 
 void reduceInterlaced(const ConstViewU8& packed, const ViewU8& y, const ViewU8& cb, const ViewU8& cr, Stores stores) {
@@ -111,10 +109,6 @@ void enlargeInterlacedPlane(const ConstViewU8& src, const ViewU8& dst, int heigh
         stores, [&](auto how) HWY_ATTR { enlargeFields<how()>(src, dst, height); }, dst);
 }
 
-void copyInterlacedLuma(const ConstViewU8& src, const ViewU8& dst, Stores stores) {
-    copyRows(src, dst, stores);
-}
-
 }  // namespace Orvel::primitives::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -123,7 +117,6 @@ namespace Orvel::primitives {
 HWY_EXPORT(reduceInterlaced);
 HWY_EXPORT(enlargeInterlacedToUyvy);
 HWY_EXPORT(enlargeInterlacedPlane);
-HWY_EXPORT(copyInterlacedLuma);
 
 namespace {
 
@@ -138,13 +131,6 @@ Status check(const Packed& packed, const Plane& y, const Plane& cb, const Plane&
     if (anyNull(packed, y, cb, cr)) return Status::nullPointer;
     const bool fits = packedFits(packed, y, minimumHeight) && chromaFits(cb, cr, y, wholeGroups(y.height) / 2);
     return fits ? Status::ok : Status::badSize;
-}
-
-Status copyLuma(const ConstViewU8& from, const ViewU8& to, Stores stores) {
-    if (stores == Stores::cached) return copy(from, to);
-    const auto rows = [stores](const auto&... views) { HWY_DYNAMIC_DISPATCH(copyInterlacedLuma)(views..., stores); };
-    onJoinedRows(rows, from, to);
-    return Status::ok;
 }
 
 }  // namespace
@@ -171,7 +157,7 @@ Status planar420ToPlanar422Interlaced(const ConstViewU8& y, const ConstViewU8& c
     const bool fits = sameSize(y, dstY) && y.width >= 2 && y.height >= minimumHeight &&
                       chromaFits(cb, cr, y, rows / 2) && chromaFits(dstCb, dstCr, y, rows);
     if (!fits) return Status::badSize;
-    if (const Status fault = copyLuma(y.band(0, rows), dstY.band(0, rows), stores); fault != Status::ok) return fault;
+    if (const Status fault = copy(y.band(0, rows), dstY.band(0, rows), stores); fault != Status::ok) return fault;
     HWY_DYNAMIC_DISPATCH(enlargeInterlacedPlane)(cb, dstCb, rows, stores);
     HWY_DYNAMIC_DISPATCH(enlargeInterlacedPlane)(cr, dstCr, rows, stores);
     return answerFor(rows, y.height);

@@ -49,8 +49,9 @@ void copiesEverySample(const Copy& copyPlane) {
         }
 }
 
-TEST(Copy, CopiesEverySampleAndNothingElse) {
+TEST_P(FillTest, CopiesEverySampleAndNothingElse) {
     copiesEverySample<std::uint8_t>([](auto src, auto dst) { return copy(src, dst); });
+    copiesEverySample<std::uint8_t>([](auto src, auto dst) { return copy(src, dst, Stores::streaming); });
     copiesEverySample<std::uint16_t>([](auto src, auto dst) { return copy(src, dst); });
 }
 
@@ -61,6 +62,7 @@ TEST(Fill, RefusesMissingAndUnequalPlanes) {
     EXPECT_EQ(set(ViewU8{a.view().base, 8, 0, 2}, 1), Status::badSize);
     EXPECT_EQ(copy(ConstViewU8{}, a.view()), Status::nullPointer);
     EXPECT_EQ(copy(a.view(), b.view()), Status::badSize);
+    EXPECT_EQ(copy(a.view(), b.view(), Stores::streaming), Status::badSize);
     EXPECT_EQ(copy(ConstViewU8{a.view().base, 8, 8, -1}, {b.view().base, 8, 8, -1}), Status::badSize);
     EXPECT_TRUE(a.guardsIntact() && b.guardsIntact());
 }
